@@ -1,0 +1,46 @@
+# One-word commands for a fresh Debian 12 machine (as root the missing packages
+# are installed first).
+#   make test           build and run every test
+#   make test-sanitize  the tests under ASan+UBSan, the concurrency tests under TSan
+#   make format         clang-format the sources
+
+JOBS ?= $(shell nproc)
+CMAKE_FLAGS ?=
+PACKAGES := build-essential cmake pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
+            zlib1g-dev clang clang-format python3 tzdata binutils
+
+.PHONY: all deps build test test-sanitize test-asan test-tsan format clean
+
+all: build
+
+deps:
+	@tools/install-deps.sh $(PACKAGES)
+
+build: deps
+	cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo $(CMAKE_FLAGS)
+	cmake --build build -j$(JOBS)
+
+test: build
+	cd build && ctest -j$(JOBS) --output-on-failure --timeout 300
+
+test-sanitize: test-asan test-tsan
+
+test-asan: deps
+	cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQD_SANITIZE=address,undefined $(CMAKE_FLAGS)
+	cmake --build build-asan -j$(JOBS)
+	cd build-asan && ASAN_OPTIONS=detect_leaks=1:abort_on_error=0 \
+	  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+	  ctest -j$(JOBS) --output-on-failure --timeout 600
+
+# ThreadSanitizer needs the address-space layout it was built for: run without ASLR.
+test-tsan: deps
+	cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQD_SANITIZE=thread $(CMAKE_FLAGS)
+	cmake --build build-tsan -j$(JOBS) --target concurrency_tests
+	cd build-tsan && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
+	  setarch $$(uname -m) -R ctest -j$(JOBS) -L concurrency --output-on-failure --timeout 600
+
+format:
+	git ls-files '*.h' '*.cpp' | xargs clang-format -i
+
+clean:
+	rm -rf build build-asan build-tsan

@@ -1,0 +1,87 @@
+// The operating-system layer of the runtime: every call into Linux that the qdr
+// primitives and the assertion report need goes through here, named by what it does.
+// Nothing else in qdr includes a POSIX header; the callers read like the steps of
+// their routines and this file says how each step is done on this platform.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <ctime>
+
+namespace os {
+
+// ---- threads ---------------------------------------------------------------
+
+// Kernel thread id of the caller (gettid), cached per thread and reset in a
+// forked child.
+uint32_t CurrentThreadId();
+uint32_t CurrentProcessId();
+
+// Sleep(ms): 0 gives up the rest of the time slice.
+void SleepMs(unsigned milliseconds);
+
+// Starts a joinable thread with exactly `stackBytes` of stack. `handle` receives an
+// opaque non-zero value, `tid` (may be null) the new thread's kernel id. The thread
+// runs at once. Returns false when no thread came up.
+bool StartThread(uintptr_t* handle, uint32_t* tid, unsigned (*routine)(void*), void* arg,
+                 size_t stackBytes);
+// Waits for the thread without limit and releases its handle; false if the join failed.
+bool JoinThread(uintptr_t handle);
+
+// ---- the recursive lock inside OSMutex --------------------------------------
+
+// Opaque room for a recursive pthread mutex, embedded by value in its owner.
+struct CriticalSection {
+    alignas(16) unsigned char bytes[64];
+};
+void CriticalSectionInit(CriticalSection* cs, unsigned spinCount);
+void CriticalSectionEnter(CriticalSection* cs);
+void CriticalSectionLeave(CriticalSection* cs);
+void CriticalSectionDelete(CriticalSection* cs);
+
+// ---- clocks ----------------------------------------------------------------
+
+// CLOCK_REALTIME as 100-nanosecond units since 1601-01-01 UTC (a Windows file time).
+int64_t SystemTimeAsFileTime();
+// CLOCK_MONOTONIC in milliseconds cut to 32 bits, plus QDR_TICK_OFFSET (read once).
+uint32_t TickCount();
+// Broken-down time of `seconds` since 1970; false if the C library refused.
+bool LocalTime(int64_t seconds, std::tm* out);
+bool UtcTime(int64_t seconds, std::tm* out);
+
+// ---- process identity and environment --------------------------------------
+
+// Path of the running executable (/proc/self/exe); 0 on failure, else its length.
+int ProgramPath(char* buffer, int capacity);
+// Path of the loaded object that holds `address` (dladdr); 0 on failure.
+int ModulePathOf(const void* address, char* buffer, int capacity);
+// The program's arguments from index 1 on, each preceded by one blank, cut to fit.
+void JoinedArguments(char* buffer, int capacity);
+// getenv; null when unset.
+const char* GetEnv(const char* name);
+
+// The thread's last-error value, which is errno here.
+int GetLastError();
+void SetLastError(int value);
+
+// ---- the report box --------------------------------------------------------
+
+void WriteStderr(const char* text, size_t length);
+bool StdinAndStderrAreTerminals();
+// Asks on /dev/tty until one of a, r, i (any case) is typed; returns that letter in
+// lower case, or 0 when the terminal cannot be read.
+char AskTerminal(const char* prompt);
+// Ends the process at once: no unwinding, no atexit, no flushing.
+[[noreturn]] void ExitImmediately(int status);
+
+}  // namespace os
+
+// The trap instruction, executed inline at the site of a failed check so that a
+// debugger stops in the failing function.
+#if defined(__x86_64__) || defined(__i386__)
+#define QDR_DEBUG_BREAK() __asm__ volatile("int3")
+#elif defined(__aarch64__)
+#define QDR_DEBUG_BREAK() __asm__ volatile("brk #0xf000")
+#else
+#define QDR_DEBUG_BREAK() __builtin_trap()
+#endif

@@ -1,0 +1,46 @@
+// Clocks and calendar conversion, on clock_gettime and the C library.
+#include "os.h"
+
+#include <stdlib.h>
+#include <time.h>
+
+namespace os {
+
+namespace {
+
+// Distance from 1601-01-01 to 1970-01-01 in 100-nanosecond units.
+constexpr int64_t kFileTimeOfUnixEpoch = 116444736000000000LL;
+
+uint32_t ReadTickOffset() {
+    const char* text = getenv("QDR_TICK_OFFSET");
+    if (!text || !*text) return 0;
+    return static_cast<uint32_t>(strtoull(text, nullptr, 0));
+}
+
+}  // namespace
+
+int64_t SystemTimeAsFileTime() {
+    timespec ts;
+    clock_gettime(CLOCK_REALTIME, &ts);
+    return kFileTimeOfUnixEpoch + static_cast<int64_t>(ts.tv_sec) * 10000000LL + ts.tv_nsec / 100;
+}
+
+uint32_t TickCount() {
+    static const uint32_t offset = ReadTickOffset();
+    timespec ts;
+    clock_gettime(CLOCK_MONOTONIC, &ts);
+    uint64_t ms = static_cast<uint64_t>(ts.tv_sec) * 1000u + static_cast<uint64_t>(ts.tv_nsec) / 1000000u;
+    return static_cast<uint32_t>(ms) + offset;
+}
+
+bool LocalTime(int64_t seconds, std::tm* out) {
+    time_t t = static_cast<time_t>(seconds);
+    return localtime_r(&t, out) != nullptr;
+}
+
+bool UtcTime(int64_t seconds, std::tm* out) {
+    time_t t = static_cast<time_t>(seconds);
+    return gmtime_r(&t, out) != nullptr;
+}
+
+}  // namespace os
