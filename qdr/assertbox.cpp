@@ -33,7 +33,9 @@ constexpr int kMessageChars = 512;
 constexpr int kReportChars = 1024;
 constexpr int kStackChars = 2048;
 
-bool IsSeparator(char c) { return c == '\\' || c == '/'; }
+bool IsSeparator(char c) {
+    return c == '\\' || c == '/';
+}
 
 // Keeps a path readable in the box:
 //   54 characters or fewer          -> unchanged
@@ -55,8 +57,7 @@ void ShortenPath(const char* path, char* out, int capacity) {
 
 // Shows the report and returns the answer, as the platform allows: the installed
 // handler; else QDR_ASSERT_ANSWER; else a question on the terminal; else Ignore.
-int ShowBox(const char* text, const char* file, int line, const char* expr,
-            const char* message) {
+int ShowBox(const char* text, const char* file, int line, const char* expr, const char* message) {
     if (qdr_AssertReportHandler handler = g_handler.load(std::memory_order_acquire)) {
         qdr_AssertReport report = {kCaption, text, file, line, expr, message};
         return handler(&report);
@@ -73,9 +74,12 @@ int ShowBox(const char* text, const char* file, int line, const char* expr,
     }
     if (os::StdinAndStderrAreTerminals()) {
         switch (os::AskTerminal("(A)bort, (R)etry, (I)gnore? ")) {
-            case 'a': return QDR_IDABORT;
-            case 'r': return QDR_IDRETRY;
-            default: return QDR_IDIGNORE;
+            case 'a':
+                return QDR_IDABORT;
+            case 'r':
+                return QDR_IDRETRY;
+            default:
+                return QDR_IDIGNORE;
         }
     }
     return QDR_IDIGNORE;
@@ -83,7 +87,9 @@ int ShowBox(const char* text, const char* file, int line, const char* expr,
 
 }  // namespace
 
-const char* qdr_CheckMessage(const char* message) { return message; }
+const char* qdr_CheckMessage(const char* message) {
+    return message;
+}
 
 qdr_AssertReportHandler qdr_SetAssertReportHandler(qdr_AssertReportHandler handler) {
     return g_handler.exchange(handler, std::memory_order_acq_rel);
@@ -128,8 +134,8 @@ int qdr_vAssertPrintfBox(const char* file, int line, const char* expr, const cha
         std::tm tm = {};
         os::LocalTime(ms / 1000, &tm);
         snprintf(timeText, sizeof(timeText), "%04d/%02d/%02d %02d:%02d:%02d.%03d",
-                 tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min,
-                 tm.tm_sec, static_cast<int>(ms % 1000));
+                 tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec,
+                 static_cast<int>(ms % 1000));
     }
 
     char cycleText[kCycleChars];
@@ -171,8 +177,11 @@ int qdr_vAssertPrintfBox(const char* file, int line, const char* expr, const cha
     os::SetLastError(savedError);
 
     switch (answer) {
-        case QDR_IDRETRY: return 1;
-        case QDR_IDABORT: os::ExitImmediately(255);
-        default: return 0;
+        case QDR_IDRETRY:
+            return 1;
+        case QDR_IDABORT:
+            os::ExitImmediately(255);
+        default:
+            return 0;
     }
 }

@@ -46,16 +46,16 @@ int qdr_vAssertPrintfBox(const char* file, int line, const char* expr, const cha
 const char* qdr_CheckMessage(const char* message);
 
 // A check without a message: the report's title reads "Debug Assertion Failed((null))!".
-#define QDR_CHECK(cond)                                                                 \
-    do {                                                                                \
-        if (!(cond) && qdr_AssertPrintfBox(__FILE__, __LINE__, "(" #cond ")", "%s",     \
-                                           qdr_CheckMessage(nullptr)))                  \
-            QDR_DEBUG_BREAK();                                                          \
+#define QDR_CHECK(cond)                                                             \
+    do {                                                                            \
+        if (!(cond) && qdr_AssertPrintfBox(__FILE__, __LINE__, "(" #cond ")", "%s", \
+                                           qdr_CheckMessage(nullptr)))              \
+            QDR_DEBUG_BREAK();                                                      \
     } while (0)
 
 // A check with a message: a printf format and its arguments.
-#define QDR_CHECK_MSG(cond, ...)                                                        \
-    do {                                                                                \
+#define QDR_CHECK_MSG(cond, ...)                                                            \
+    do {                                                                                    \
         if (!(cond) && qdr_AssertPrintfBox(__FILE__, __LINE__, "(" #cond ")", __VA_ARGS__)) \
-            QDR_DEBUG_BREAK();                                                          \
+            QDR_DEBUG_BREAK();                                                              \
     } while (0)

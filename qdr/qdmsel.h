@@ -38,10 +38,14 @@ inline MSEL FileTimeToMSEL(int64_t fileTime) {
     return (fileTime - 116444736000005000LL) / 10000;
 }
 
-inline MSEL GetMSEL() { return FileTimeToMSEL(os::SystemTimeAsFileTime()); }
+inline MSEL GetMSEL() {
+    return FileTimeToMSEL(os::SystemTimeAsFileTime());
+}
 
 // The 32-bit millisecond tick; compare two of them only through IsElapsed.
-inline uint32_t GetTickCount() { return os::TickCount(); }
+inline uint32_t GetTickCount() {
+    return os::TickCount();
+}
 
 // The time stamp counter, with no serialising instruction around the read.
 inline uint64_t ReadCpuCycle() {

@@ -16,7 +16,9 @@ typedef unsigned (*OSThreadRoutine)(void* arg);
 // Stack of the library's threads when the caller asks for none.
 constexpr int kOSDefaultThreadStack = 0x80000;
 
-inline OSThreadID OSThreadSelf() { return os::CurrentThreadId(); }
+inline OSThreadID OSThreadSelf() {
+    return os::CurrentThreadId();
+}
 
 // The start record, from malloc; the new thread takes it over and frees it.
 struct OSThreadStart {
@@ -32,16 +34,15 @@ inline unsigned OSThreadEntry(void* p) {
     return start.routine(start.arg);
 }
 
-inline int OSCreateThreadRaw(OSThread* thread, OSThreadID* id, OSThreadRoutine routine,
-                             void* arg, int stackBytes) {
+inline int OSCreateThreadRaw(OSThread* thread, OSThreadID* id, OSThreadRoutine routine, void* arg,
+                             int stackBytes) {
     QDR_CHECK(thread);
     if (!thread) return 0;
     // Below 1 the library's own default, never the process default.
     if (stackBytes < 1) stackBytes = kOSDefaultThreadStack;
     OSThread handle = 0;
     OSThreadID tid = 0;
-    if (!os::StartThread(&handle, &tid, routine, arg, static_cast<size_t>(stackBytes)))
-        handle = 0;
+    if (!os::StartThread(&handle, &tid, routine, arg, static_cast<size_t>(stackBytes))) handle = 0;
     *thread = handle;
     if (id) *id = tid;
     return handle != 0;

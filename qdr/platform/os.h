@@ -49,6 +49,20 @@ uint32_t TickCount();
 bool LocalTime(int64_t seconds, std::tm* out);
 bool UtcTime(int64_t seconds, std::tm* out);
 
+// ---- text conversion -------------------------------------------------------
+
+// The platform's MultiByteToWideChar / WideCharToMultiByte for code pages 0 and
+// 65001, which are both UTF-8 here. A negative `srcLen` converts up to and including
+// the terminator (which is counted in the result). With a null `dst` or a capacity
+// of 0 the result is the number of units needed. Otherwise the result is the number
+// of units written, or 0 when they do not fit (what was written is then undefined).
+// Invalid UTF-8 and unpaired surrogates become U+FFFD, as the platform does without
+// its strict flag.
+//   Utf8ToUtf16("\xE4\xB8\xAD", 3, buf, 8) -> 1, buf[0] = 0x4E2D
+//   Utf16ToUtf8(u"\xD800", 1, buf, 8)        -> 3, EF BF BD
+int Utf8ToUtf16(const char* src, int srcLen, char16_t* dst, int dstCap);
+int Utf16ToUtf8(const char16_t* src, int srcLen, char* dst, int dstCap);
+
 // ---- process identity and environment --------------------------------------
 
 // Path of the running executable (/proc/self/exe); 0 on failure, else its length.

@@ -98,10 +98,16 @@ void JoinedArguments(char* buffer, int capacity) {
     buffer[used] = 0;
 }
 
-const char* GetEnv(const char* name) { return getenv(name); }
+const char* GetEnv(const char* name) {
+    return getenv(name);
+}
 
-int GetLastError() { return errno; }
-void SetLastError(int value) { errno = value; }
+int GetLastError() {
+    return errno;
+}
+void SetLastError(int value) {
+    errno = value;
+}
 
 void WriteStderr(const char* text, size_t length) {
     while (length > 0) {
@@ -115,7 +121,9 @@ void WriteStderr(const char* text, size_t length) {
     }
 }
 
-bool StdinAndStderrAreTerminals() { return isatty(STDIN_FILENO) && isatty(STDERR_FILENO); }
+bool StdinAndStderrAreTerminals() {
+    return isatty(STDIN_FILENO) && isatty(STDERR_FILENO);
+}
 
 char AskTerminal(const char* prompt) {
     int fd = open("/dev/tty", O_RDWR | O_CLOEXEC);
@@ -134,6 +142,8 @@ char AskTerminal(const char* prompt) {
     return answer;
 }
 
-void ExitImmediately(int status) { _exit(status); }
+void ExitImmediately(int status) {
+    _exit(status);
+}
 
 }  // namespace os

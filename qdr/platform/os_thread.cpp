@@ -17,7 +17,9 @@ namespace {
 thread_local uint32_t t_threadId = 0;
 
 // A forked child is a new thread with the parent's thread-local copy.
-void ResetThreadIdInChild() { t_threadId = 0; }
+void ResetThreadIdInChild() {
+    t_threadId = 0;
+}
 
 struct AtForkRegistration {
     AtForkRegistration() { pthread_atfork(nullptr, nullptr, ResetThreadIdInChild); }
@@ -57,7 +59,9 @@ uint32_t CurrentThreadId() {
     return t_threadId;
 }
 
-uint32_t CurrentProcessId() { return static_cast<uint32_t>(getpid()); }
+uint32_t CurrentProcessId() {
+    return static_cast<uint32_t>(getpid());
+}
 
 void SleepMs(unsigned milliseconds) {
     if (milliseconds == 0) {
@@ -105,8 +109,14 @@ void CriticalSectionInit(CriticalSection* cs, unsigned /*spinCount: no such noti
     pthread_mutexattr_destroy(&attr);
 }
 
-void CriticalSectionEnter(CriticalSection* cs) { pthread_mutex_lock(AsMutex(cs)); }
-void CriticalSectionLeave(CriticalSection* cs) { pthread_mutex_unlock(AsMutex(cs)); }
-void CriticalSectionDelete(CriticalSection* cs) { pthread_mutex_destroy(AsMutex(cs)); }
+void CriticalSectionEnter(CriticalSection* cs) {
+    pthread_mutex_lock(AsMutex(cs));
+}
+void CriticalSectionLeave(CriticalSection* cs) {
+    pthread_mutex_unlock(AsMutex(cs));
+}
+void CriticalSectionDelete(CriticalSection* cs) {
+    pthread_mutex_destroy(AsMutex(cs));
+}
 
 }  // namespace os

@@ -15,7 +15,10 @@ public:
         this->p_ = nullptr;
         this->len_ = 0;
         QDR_CHECK(len >= 0);
+        // The report shows this expression as written.
+        // clang-format off
         QDR_CHECK(len <= 1024*1024*512/((const int)sizeof(TYPE)));
+        // clang-format on
         if (len < 0 || len > QD_MAX_BLOCK_ITEMS(TYPE)) return;
         if (len == 1) {
             this->p_ = new TYPE;
@@ -42,9 +45,12 @@ public:
         if (len <= 0) return;
         this->p_ = p;
         this->len_ = p ? len : 0;
-        if (!this->p_) is_array_ = 0;
-        else if (this->len_ > 1) is_array_ = 1;
-        else is_array_ = isArray ? 1 : 0;
+        if (!this->p_)
+            is_array_ = 0;
+        else if (this->len_ > 1)
+            is_array_ = 1;
+        else
+            is_array_ = isArray ? 1 : 0;
     }
 
     ~AutoPtr() { Free(); }

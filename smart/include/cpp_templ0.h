@@ -12,8 +12,9 @@
 //   IsElapsed(5u, 0xFFFFFFFBu, 10u) -> true   (wrapped, 10 went by)
 //   IsElapsed(10u, 0u, 10u)         -> true
 template <class UINT>
-inline typename std::enable_if<std::is_unsigned<UINT>::value, bool>::type IsElapsed(
-    UINT now, UINT last, UINT interval) {
+inline typename std::enable_if<std::is_unsigned<UINT>::value, bool>::type IsElapsed(UINT now,
+                                                                                    UINT last,
+                                                                                    UINT interval) {
     const UINT upper_interval = static_cast<UINT>(static_cast<UINT>(~static_cast<UINT>(0)) / 4 + 1);
     QDR_CHECK(interval <= upper_interval);
     return static_cast<UINT>(now - last) >= interval;

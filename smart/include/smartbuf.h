@@ -90,7 +90,10 @@ protected:
             heap_len_ = 0;
             this->p_ = StackItems();
         } else {
+            // The report shows this expression as written.
+            // clang-format off
             QDR_CHECK(len <= 1024*1024*512/((const int)sizeof(TYPE)));
+            // clang-format on
             if (len <= QD_MAX_BLOCK_ITEMS(TYPE))
                 heap_ = static_cast<TYPE*>(alloc_.malloc(static_cast<size_t>(len) * sizeof(TYPE)));
             this->p_ = heap_;
@@ -100,9 +103,7 @@ protected:
         this->len_ = this->p_ ? len : 0;
     }
 
-    TYPE* StackItems() const {
-        return reinterpret_cast<TYPE*>(const_cast<unsigned char*>(stack_));
-    }
+    TYPE* StackItems() const { return reinterpret_cast<TYPE*>(const_cast<unsigned char*>(stack_)); }
 
     ALLOC alloc_;
     TYPE* heap_;

@@ -33,8 +33,9 @@ TEST(AssertReport, PlainCheckComposesTheWholeTemplate) {
     const std::string text = FirstReportText(reports);
 
     // Empty stack text, CR LF, then the report.
-    const std::string head = "\r\nDebug Assertion Failed((null))!\n\nPID    : " +
-                             std::to_string(getpid()) + "\nTID    : ";
+    const std::string head =
+        "\r\nDebug Assertion Failed((null))!\n\nPID    : " + std::to_string(getpid()) +
+        "\nTID    : ";
     EXPECT_EQ(head, text.substr(0, head.size()));
     std::regex shape(
         "\\r\\nDebug Assertion Failed\\(\\(null\\)\\)!\\n\\n"
@@ -101,8 +102,7 @@ TEST(AssertReport, ProgramLineCarriesTheArguments) {
     EXPECT_NE(std::string::npos, program.find("qdr_tests")) << program;
     EXPECT_NE(std::string::npos, program.find(" --gtest_")) << program;
     // The check lives in the test program itself, so the module is the program.
-    EXPECT_EQ(program.substr(0, program.find(' ')),
-              Field(FirstReportText(reports), "Module : "));
+    EXPECT_EQ(program.substr(0, program.find(' ')), Field(FirstReportText(reports), "Module : "));
 }
 
 TEST(AssertReport, IgnoreRestoresErrnoAndReportsAgainEachTime) {

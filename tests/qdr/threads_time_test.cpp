@@ -99,8 +99,10 @@ TEST(Msel, LocalTimeFollowsTZ) {
     tzset();
     SYSTEMTIME st = GetSystemTimeOfMSEL(0, true);
     EXPECT_EQ(8, st.wHour);
-    if (old) setenv("TZ", saved.c_str(), 1);
-    else unsetenv("TZ");
+    if (old)
+        setenv("TZ", saved.c_str(), 1);
+    else
+        unsetenv("TZ");
     tzset();
 }
 

@@ -136,15 +136,24 @@ int Counted::alive = 0;
 
 TEST(AutoPtr, DeletesByTheFormItWasMadeWith) {
     Counted::scalarDeletes = Counted::arrayDeletes = 0;
-    { AutoPtr<Counted> one(1); EXPECT_FALSE(one.IsArray()); }
+    {
+        AutoPtr<Counted> one(1);
+        EXPECT_FALSE(one.IsArray());
+    }
     EXPECT_EQ(1, Counted::scalarDeletes);
-    { AutoPtr<Counted> two(2); EXPECT_TRUE(two.IsArray()); }
+    {
+        AutoPtr<Counted> two(2);
+        EXPECT_TRUE(two.IsArray());
+    }
     EXPECT_EQ(1, Counted::arrayDeletes);
     { AutoPtr<Counted> adopted(new Counted[1], 1, true); }
     EXPECT_EQ(2, Counted::arrayDeletes);
     { AutoPtr<Counted> adopted(new Counted, 1, false); }
     EXPECT_EQ(2, Counted::scalarDeletes);
-    { AutoPtr<Counted> none(0); EXPECT_EQ(nullptr, none.Get()); }
+    {
+        AutoPtr<Counted> none(0);
+        EXPECT_EQ(nullptr, none.Get());
+    }
     EXPECT_EQ(0, Counted::alive);
 }
 

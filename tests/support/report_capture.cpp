@@ -32,7 +32,9 @@ ReportCapture::ReportCapture(int answer) {
     previous_ = qdr_SetAssertReportHandler(Capture);
 }
 
-ReportCapture::~ReportCapture() { qdr_SetAssertReportHandler(previous_); }
+ReportCapture::~ReportCapture() {
+    qdr_SetAssertReportHandler(previous_);
+}
 
 std::vector<CapturedReport> ReportCapture::Reports() const {
     std::lock_guard<std::mutex> lock(g_mutex);
