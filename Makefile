@@ -2,6 +2,7 @@
 # are installed first).
 #   make test           build and run every test
 #   make test-sanitize  the tests under ASan+UBSan, the concurrency tests under TSan
+#   make bench          build and run the benchmarks (Release)
 #   make format         clang-format the sources
 
 JOBS ?= $(shell nproc)
@@ -9,7 +10,7 @@ CMAKE_FLAGS ?=
 PACKAGES := build-essential cmake pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
             zlib1g-dev clang clang-format python3 tzdata binutils
 
-.PHONY: all deps build test test-sanitize test-asan test-tsan format clean
+.PHONY: all deps build test test-sanitize test-asan test-tsan bench format clean
 
 all: build
 
@@ -26,7 +27,7 @@ test: build
 test-sanitize: test-asan test-tsan
 
 test-asan: deps
-	cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQD_SANITIZE=address,undefined $(CMAKE_FLAGS)
+	cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQD_SANITIZE=address,undefined -DQD_BENCH=OFF $(CMAKE_FLAGS)
 	cmake --build build-asan -j$(JOBS)
 	cd build-asan && ASAN_OPTIONS=detect_leaks=1:abort_on_error=0 \
 	  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
@@ -34,13 +35,21 @@ test-asan: deps
 
 # ThreadSanitizer needs the address-space layout it was built for: run without ASLR.
 test-tsan: deps
-	cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQD_SANITIZE=thread $(CMAKE_FLAGS)
+	cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQD_SANITIZE=thread -DQD_BENCH=OFF $(CMAKE_FLAGS)
 	cmake --build build-tsan -j$(JOBS) --target concurrency_tests
 	cd build-tsan && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
 	  setarch $$(uname -m) -R ctest -j$(JOBS) -L concurrency --output-on-failure --timeout 600
+
+# Every benchmark program, one after the other, in a Release build.
+bench: deps
+	cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release $(CMAKE_FLAGS)
+	cmake --build build-bench -j$(JOBS) --target benchmarks
+	@for b in build-bench/bench/*; do \
+	  if [ -f "$$b" ] && [ -x "$$b" ]; then echo "== $$b"; "$$b" || exit 1; fi; \
+	done
 
 format:
 	git ls-files '*.h' '*.cpp' | xargs clang-format -i
 
 clean:
-	rm -rf build build-asan build-tsan
+	rm -rf build build-asan build-tsan build-bench
