@@ -161,7 +161,8 @@ TEST(AutoPtr, TransferMovesOwnershipAndSelfTransferKeepsTheBlock) {
     Counted::scalarDeletes = Counted::arrayDeletes = 0;
     AutoPtr<Counted> a(3);
     Counted* block = a.Get();
-    a = a;
+    AutoPtr<Counted>& alias = a;
+    a = alias;
     EXPECT_EQ(block, a.Get());
     AutoPtr<Counted> b;
     b = a;
