@@ -2,6 +2,7 @@
 # are installed first).
 #   make test           build and run every test
 #   make test-sanitize  the tests under ASan+UBSan, the concurrency tests under TSan
+#   make test-slow      the long checks (label "slow"), which the others leave out
 #   make bench          build and run the benchmarks (Release)
 #   make format         clang-format the sources
 
@@ -10,7 +11,7 @@ CMAKE_FLAGS ?=
 PACKAGES := build-essential cmake pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
             zlib1g-dev clang clang-format python3 tzdata binutils
 
-.PHONY: all deps build test test-sanitize test-asan test-tsan bench format clean
+.PHONY: all deps build test test-slow test-sanitize test-asan test-tsan bench format clean
 
 all: build
 
@@ -22,7 +23,10 @@ build: deps
 	cmake --build build -j$(JOBS)
 
 test: build
-	cd build && ctest -j$(JOBS) --output-on-failure --timeout 300
+	cd build && ctest -j$(JOBS) -LE slow --output-on-failure --timeout 300
+
+test-slow: build
+	cd build && ctest -j$(JOBS) -L slow --output-on-failure --timeout 1800
 
 test-sanitize: test-asan test-tsan
 
@@ -31,7 +35,7 @@ test-asan: deps
 	cmake --build build-asan -j$(JOBS)
 	cd build-asan && ASAN_OPTIONS=detect_leaks=1:abort_on_error=0 \
 	  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
-	  ctest -j$(JOBS) --output-on-failure --timeout 600
+	  ctest -j$(JOBS) -LE slow --output-on-failure --timeout 600
 
 # ThreadSanitizer needs the address-space layout it was built for: run without ASLR.
 test-tsan: deps

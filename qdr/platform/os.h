@@ -48,6 +48,38 @@ uint32_t TickCount();
 // Broken-down time of `seconds` since 1970; false if the C library refused.
 bool LocalTime(int64_t seconds, std::tm* out);
 bool UtcTime(int64_t seconds, std::tm* out);
+// mktime: the fields read as local time (tm_isdst -1 lets the zone decide), in
+// seconds since 1970; -1 when the C library refused them.
+int64_t MakeLocalTime(std::tm* fields);
+// The zone's standard offset in minutes west of UTC (the C library's `timezone`
+// after tzset, which is what TZ names); daylight saving is not part of it.
+//   TZ=Asia/Shanghai -> -480, TZ=America/New_York -> 300 in winter and summer alike
+int StandardZoneMinutesWest();
+
+// ---- process and thread start instants -------------------------------------
+
+// When process `pid` (0: this one) started, in milliseconds since 1970 UTC: its
+// start tick in /proc/<pid>/stat on top of the boot time (btime of /proc/stat), so
+// the value is the same on every call and in every process, with the 10 ms
+// resolution of the clock tick. A stepped wall clock moves btime and so the value.
+// With `mustBeRunning` a zombie counts as gone. False when there is no such process.
+bool ProcessStartMs(uint32_t pid, bool mustBeRunning, int64_t* ms);
+// The same for a thread by kernel id (0: the calling thread).
+bool ThreadStartMs(uint32_t tid, int64_t* ms);
+
+// ---- processor -------------------------------------------------------------
+
+// Clock rate of the first processor in MHz, rounded: "cpu MHz" of /proc/cpuinfo,
+// else cpuinfo_max_freq of cpu0 in sysfs (processors that do not list it). On
+// failure `error` receives a short reason, cut to `errorCap`.
+bool CpuMegahertz(uint32_t* mhz, char* error, int errorCap);
+
+// ---- scheduling priority ---------------------------------------------------
+
+// The nice value of thread `tid` (kernel id), -20..19; Linux keeps it per thread.
+bool GetThreadNice(uint32_t tid, int* nice);
+// False when refused: a lower nice value needs privilege (or RLIMIT_NICE).
+bool SetThreadNice(uint32_t tid, int nice);
 
 // ---- text conversion -------------------------------------------------------
 

@@ -44,4 +44,14 @@ bool UtcTime(int64_t seconds, std::tm* out) {
     return gmtime_r(&t, out) != nullptr;
 }
 
+int64_t MakeLocalTime(std::tm* fields) {
+    const time_t t = mktime(fields);
+    return t == static_cast<time_t>(-1) ? -1 : static_cast<int64_t>(t);
+}
+
+int StandardZoneMinutesWest() {
+    tzset();
+    return static_cast<int>(timezone / 60);
+}
+
 }  // namespace os

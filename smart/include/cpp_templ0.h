@@ -1,4 +1,5 @@
-// Interval and range helpers shared by the runtime and the toolkits.
+// Interval and range helpers shared by the runtime and the toolkits, and the small
+// template tools of the narrow and wide twins.
 #pragma once
 
 #include <cstdint>
@@ -55,3 +56,13 @@ inline bool RangesOverlap(const T& left1, const T& right1, const T& left2, const
     if (closed) return right1 >= left2 && right2 >= left1;
     return left2 < right1 && left1 < right2;
 }
+
+// Keeps a parameter out of template argument deduction, so that the code unit of a
+// narrow/wide twin is taken from its text arguments alone and a plain character
+// converts: IntToGroupedStr(wideBuf, v, 10, 0, 3, ',', true) picks char16_t.
+template <class T>
+struct NonDeducedType {
+    typedef T type;
+};
+template <class T>
+using NonDeduced = typename NonDeducedType<T>::type;

@@ -1,0 +1,195 @@
+// Decimal strings, narrow and wide: every test runs for char and char16_t.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "code_units.h"
+#include "numstr.h"
+#include "report_capture.h"
+
+namespace {
+
+template <class CHAR>
+class NumStr : public ::testing::Test {};
+TYPED_TEST_SUITE(NumStr, CodeUnits);
+
+TYPED_TEST(NumStr, AddSubtractMultiplyKeepTheirDigitRules) {
+    typedef TypeParam C;
+    struct Case {
+        char op;
+        const char *a, *b, *expected;
+    } cases[] = {
+        // clang-format off
+        {'+', "999", "1", "1000"}, {'+', "1", "2", "3"},     {'+', "007", "1", "008"},
+        {'+', "12a", "1", ""},     {'+', "", "1", ""},       {'-', "10", "1", "09"},
+        {'-', "1", "2", "9"},      {'-', "100", "1", "099"}, {'-', "1x", "1", ""},
+        {'*', "12", "12", "144"},  {'*', "0", "5", "0"},     {'*', "007", "010", "70"},
+        {'*', "99", "99", "9801"}, {'*', "1a", "2", ""},
+        // clang-format on
+    };
+    for (const Case& c : cases) {
+        const std::basic_string<C> a = T<C>(c.a), b = T<C>(c.b);
+        std::basic_string<C> text;
+        C buf[16];
+        const C* r = c.op == '+'   ? AddNumStr(buf, a.c_str(), b.c_str())
+                     : c.op == '-' ? SubNumStr(buf, a.c_str(), b.c_str())
+                                   : MulNumStr(buf, a.c_str(), b.c_str());
+        c.op == '+'   ? AddNumStr(text, a.c_str(), b.c_str())
+        : c.op == '-' ? SubNumStr(text, a.c_str(), b.c_str())
+                      : MulNumStr(text, a.c_str(), b.c_str());
+        EXPECT_EQ(c.expected, Ascii(r)) << c.a << c.op << c.b;
+        EXPECT_EQ(c.expected, Ascii(text)) << c.a << c.op << c.b;
+    }
+    C buf[8];
+    EXPECT_EQ(buf + 1, AddNumStr(buf, T<C>("1").c_str(), T<C>("2").c_str()));
+    std::basic_string<C> sum;
+    EXPECT_EQ("105", Ascii(AddIntToNumStr(sum, T<C>("100").c_str(), 5)));
+    EXPECT_EQ("095", Ascii(AddIntToNumStr(sum, T<C>("100").c_str(), -5)));
+    EXPECT_EQ("7852516357", Ascii(AddIntToNumStr(sum, T<C>("5").c_str(), INT32_MIN)));
+    ReportCapture reports;
+    EXPECT_EQ(nullptr, AddNumStr(static_cast<C*>(nullptr), T<C>("1").c_str(), T<C>("1").c_str()));
+    EXPECT_EQ("", Ascii(MulNumStr(sum, T<C>("1").c_str(), T<C>("2").c_str(), 0, 1)));
+    EXPECT_EQ(1, reports.Count("(out)"));
+    EXPECT_EQ(1, reports.Count("(len > 0)"));
+}
+
+TYPED_TEST(NumStr, CompareNumStrIsATotalOrder) {
+    typedef TypeParam C;
+    std::vector<std::basic_string<C>> sorted;
+    for (const char* n : {"0", "000", "7", "07", "007", "9", "10", "010", "99999999999999999999"})
+        sorted.push_back(T<C>(n));
+    std::vector<std::basic_string<C>> shuffled(sorted.rbegin(), sorted.rend());
+    std::sort(shuffled.begin(), shuffled.end(),
+              [](const auto& x, const auto& y) { return CompareNumStr(x.c_str(), y.c_str()) < 0; });
+    EXPECT_EQ(sorted, shuffled);
+    EXPECT_EQ(0, CompareNumStr(T<C>("0042").c_str(), T<C>("0042").c_str()));
+    ReportCapture reports;
+    EXPECT_LT(CompareNumStr(T<C>("").c_str(), T<C>("0").c_str()), 0);
+    EXPECT_EQ(1, reports.Count("(len1>0 && len2>0)"));
+}
+
+TYPED_TEST(NumStr, NaturalAndNumberedComparison) {
+    typedef TypeParam C;
+    auto sign = [](int r) { return (r > 0) - (r < 0); };
+    struct Case {
+        const char *a, *b;
+        int natural, numbered;  // case-sensitive results
+    } cases[] = {
+        // clang-format off
+        {"a10", "a9", 1, 1},     {"1.5", "1.25", 1, -1},  {"1.05", "1.5", -1, 1},
+        {"1.5", "1.50", -1, -1}, {"v1.10", "v1.9", -1, 1}, {"a.5", "a.25", -1, -1},
+        {"x2.5", "x10.1", -1, -1}, {"file09", "file10", -1, -1}, {"abc", "ABC", 1, 1},
+        {"file", "file1", -1, -1}, {"007", "7", 1, 1},    {"", "", 0, 0},
+        // clang-format on
+    };
+    for (const Case& c : cases) {
+        const std::basic_string<C> a = T<C>(c.a), b = T<C>(c.b);
+        EXPECT_EQ(c.natural, sign(CompareStrNatural(a.c_str(), b.c_str()))) << c.a << " " << c.b;
+        EXPECT_EQ(c.numbered, sign(CompareStrNumbered(a.c_str(), b.c_str()))) << c.a << " " << c.b;
+    }
+    EXPECT_EQ(0, CompareStrNatural(T<C>("abc").c_str(), T<C>("ABC").c_str(), -1, -1, false));
+    EXPECT_EQ(0, CompareStrNumbered(T<C>("F10.LOG").c_str(), T<C>("f10.log").c_str(), -1, false));
+    // A counted text ends at its length; the numbered walk ends on the units at the limit.
+    EXPECT_EQ(0, CompareStrNatural(T<C>("12x").c_str(), T<C>("12y").c_str(), 2, 2));
+    EXPECT_LT(CompareStrNumbered(T<C>("abc").c_str(), T<C>("abd").c_str(), 2), 0);
+
+    int consumed = -1;
+    EXPECT_LT(CompareDigitRuns(&consumed, T<C>("123x").c_str(), T<C>("133x").c_str()), 0);
+    EXPECT_EQ(3, consumed);
+    EXPECT_EQ(1, CompareDigitRuns(&consumed, T<C>("10").c_str(), T<C>("9").c_str()));
+    EXPECT_EQ(0, CompareDigitRuns(&consumed, T<C>("1234").c_str(), T<C>("1299").c_str(), 2));
+    EXPECT_EQ(2, consumed);
+    ReportCapture reports;
+    EXPECT_EQ(0, CompareDigitRuns(&consumed, T<C>("a1").c_str(), T<C>("1").c_str()));
+    EXPECT_EQ(1, reports.Count("(IsNumLetter(*s1) && IsNumLetter(*s2))"));
+}
+
+TYPED_TEST(NumStr, IntegerTextsInRadixesAndGroups) {
+    typedef TypeParam C;
+    C buf[80];
+    int len = 0;
+    EXPECT_EQ("FFFFFFFFFFFFFF01", Ascii(IntToStr(buf, -255, 16, &len)));
+    EXPECT_EQ(16, len);
+    EXPECT_EQ("-9223372036854775808", Ascii(IntToStr(buf, INT64_MIN, 10, &len)));
+    EXPECT_EQ(20, len);
+    EXPECT_EQ(std::string(64, '1'), Ascii(IntToStr(buf, -1, 2)));
+    EXPECT_EQ("1,234,567", Ascii(IntToGroupedStr(buf, 1234567, 10, 0, 3, ',', true)));
+    EXPECT_EQ("001,234,567", Ascii(IntToGroupedStr(buf, 1234567, 10, 9, 3, ',', true)));
+    EXPECT_EQ("-0,012", Ascii(IntToGroupedStr(buf, -12, 10, 4, 3, ',', true)));
+    EXPECT_EQ("ff_ff", Ascii(IntToGroupedStr(buf, 0xFFFF, 16, 0, 2, '_', false)));
+    ReportCapture reports;
+    EXPECT_EQ("", Ascii(IntToStr(buf, 5, 37, &len)));
+    EXPECT_EQ(0, len);
+    EXPECT_EQ(1, reports.Count("(2<=radix && radix<=36)"));
+
+    EXPECT_EQ(-42, StrToInt64(T<C>(" \t-42x7").c_str()));
+    EXPECT_EQ(7, StrToInt64(T<C>("+7").c_str()));
+    EXPECT_EQ(0, StrToInt64(T<C>("x1").c_str()));
+    EXPECT_EQ(INT64_MIN, StrToInt64(T<C>("9223372036854775808").c_str()));  // wraps
+}
+
+TYPED_TEST(NumStr, ByteSizesBothWays) {
+    typedef TypeParam C;
+    struct Format {
+        int64_t value;
+        int precision;
+        const char* text;
+    } formats[] = {
+        // clang-format off
+        {0, -1, "0B"}, {1023, -1, "1023B"}, {1024, -1, "1K"}, {1536, -1, "1.5K"}, {2048, -1, "2K"},
+        {-1536, -1, "-1.5K"}, {1048576, -1, "1M"}, {1048575, -1, "1023.999K"}, {2047, 1, "1K"},
+        {1536, 0, "1K"}, {10240, 99, "10K"}, {(3LL << 30) + (1LL << 29), 2, "3.5G"},
+        {1LL << 40, -1, "1T"}, {INT64_MIN, -1, "-8388608T"},
+        // clang-format on
+    };
+    C buf[kByteSizeTextSize];
+    for (const Format& f : formats)
+        EXPECT_EQ(f.text, Ascii(FormatByteSize(f.value, buf, f.precision))) << f.value;
+
+    struct Parse {
+        const char* text;
+        int64_t value;  // -1: refused
+    } parses[] = {
+        // clang-format off
+        {"10", 10}, {"10b", 10}, {"10K", 10240}, {"1t", 1LL << 40}, {"3M", 3LL << 20},
+        {"k", -1}, {"10x", -1}, {"", -1}, {"1 K", -1}, {"9223372036854775807", INT64_MAX},
+        {"9223372036854775808", -1}, {"8388607T", 8388607LL << 40}, {"8388608T", -1},
+        {"0009223372036854775807", -1},  // leading zeros count against the limit
+        // clang-format on
+    };
+    for (const Parse& p : parses) {
+        int64_t value = -1;
+        EXPECT_EQ(p.value != -1, ParseByteSize(T<C>(p.text).c_str(), &value)) << p.text;
+        EXPECT_EQ(p.value, value) << p.text;
+    }
+    ReportCapture reports;
+    EXPECT_EQ(nullptr, FormatByteSize(1, static_cast<C*>(nullptr)));
+    EXPECT_EQ(1, reports.Count("(false)"));
+}
+
+TYPED_TEST(NumStr, ProductsOfDigitRuns) {
+    typedef TypeParam C;
+    struct Case {
+        const char* text;
+        int64_t value;  // -1: not a product
+    } cases[] = {
+        // clang-format off
+        {"1024*1024", 1 << 20}, {"7", 7}, {"2*3*4", 24}, {"*2", -1}, {"2*", -1}, {"2**3", -1},
+        {"", -1}, {"2x3", -1},
+        // clang-format on
+    };
+    for (const Case& c : cases) {
+        int64_t value = -1;
+        EXPECT_EQ(c.value != -1, IsProductStr(T<C>(c.text).c_str())) << c.text;
+        EXPECT_EQ(c.value != -1, EvalProductStr(&value, T<C>(c.text).c_str())) << c.text;
+        EXPECT_EQ(c.value, value) << c.text;
+    }
+    EXPECT_TRUE(FitsInt64Product(T<C>("8388607").c_str(), -1, 1LL << 40));
+    EXPECT_FALSE(FitsInt64Product(T<C>("8388608").c_str(), -1, 1LL << 40));
+    EXPECT_FALSE(FitsInt64Product(T<C>("12a").c_str(), -1, 1));
+}
+
+}  // namespace

@@ -1,0 +1,242 @@
+// Calendar and time texts. The program runs in UTC+8 (Asia/Shanghai, no daylight
+// saving since 1991), set before the first test, since the range bounds are cached
+// in the zone of their first use.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include "code_units.h"
+#include "qdr/platform/os.h"
+#include "qdtime.h"
+#include "report_capture.h"
+
+namespace {
+
+struct EastOfUtc {
+    EastOfUtc() {
+        setenv("TZ", "Asia/Shanghai", 1);
+        tzset();
+    }
+} g_eastOfUtc;
+
+constexpr MSEL kLast = 2147443200000LL;
+constexpr MSEL k20240102030405 = 1704135845000LL;  // local, UTC+8
+
+TEST(Calendar, LeapYearsMonthDaysAndChecks) {
+    EXPECT_TRUE(IsLeapYear(2000) && IsLeapYear(2024));
+    EXPECT_FALSE(IsLeapYear(1900) || IsLeapYear(2023));
+    EXPECT_EQ(29, GetMonthDays(2024, 2));
+    EXPECT_EQ(28, GetMonthDays(1900, 2));
+    EXPECT_EQ(0, GetMonthDays(2023, 13));
+    EXPECT_TRUE(IsValidDate(2024, 2, 29));
+    EXPECT_FALSE(IsValidDate(2023, 2, 29) || IsValidDate(2023, 1, 0) || IsValidDate(2023, 4, 31));
+
+    ReportCapture reports;
+    SystemTimeOrdinal(2023, 2, 29, 24, 0, 0, 1000);
+    EXPECT_EQ(1, reports.Count("(IsValidDate(year, month, day))"));
+    EXPECT_EQ(1, reports.Count("(0<=hour && hour<=23)"));
+    EXPECT_EQ(1, reports.Count("(0<=milli && milli<=999)"));
+    int h, m, s, ms;
+    EXPECT_EQ(13, SplitDayMilliseconds(13 * 3600000 + 4 * 60000 + 5 * 1000 + 6, &h, &m, &s, &ms));
+    EXPECT_EQ((std::vector<int>{13, 4, 5, 6}), (std::vector<int>{h, m, s, ms}));
+    EXPECT_EQ(26, SplitDayMilliseconds(26 * 3600000, nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(1, reports.Count("(dw < 24*3600*1000)"));
+}
+
+TEST(Calendar, MselRangeEndsInUtcAndLocalTime) {
+    EXPECT_TRUE(IsValidMSEL(0) && IsValidMSEL(kLast));
+    EXPECT_FALSE(IsValidMSEL(kLast + 1) || IsValidMSEL(-1));
+    struct Case {
+        SYSTEMTIME time;
+        bool local;
+        int range;
+        MSEL msel;
+    } cases[] = {
+        {MakeSystemTime(1969, 12, 31, 23, 59, 59, 999), false, -1, -1},
+        {MakeSystemTime(1970, 1, 1), false, 0, 0},
+        {MakeSystemTime(2038, 1, 18, 16), false, 0, kLast},
+        {MakeSystemTime(2038, 1, 18, 16, 0, 0, 1), false, 1, -1},
+        {MakeSystemTime(1970, 1, 1, 7, 59, 59, 999), true, -1, -1},
+        {MakeSystemTime(1970, 1, 1, 8), true, 0, 0},
+        {MakeSystemTime(2038, 1, 19), true, 0, kLast},
+        {MakeSystemTime(2038, 1, 19, 0, 0, 0, 1), true, 1, -1},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(c.range, CheckSystemTimeRange(c.time, c.local)) << c.msel;
+        EXPECT_EQ(c.msel, SystemTimeToMSEL(c.time, c.local)) << c.msel;
+    }
+    EXPECT_EQ(8 * 3600 * 1000, GetLocalZoneOffset());
+    SYSTEMTIME badWeekDay = MakeSystemTime(2024, 1, 2);
+    badWeekDay.wDayOfWeek = 7;
+    EXPECT_TRUE(IsValidSystemTime(badWeekDay, true, false));
+    EXPECT_FALSE(IsValidSystemTime(badWeekDay, true, true));
+}
+
+TEST(DateText, LocalAndUtcTextsAtZero) {
+    char text[32];
+    EXPECT_STREQ("19700101080000", MSELToDateText(0, text, false, false, 'T', true));
+    EXPECT_EQ(nullptr, MSELToDateText(0, text, false, false, 0, false));
+    EXPECT_EQ(nullptr, MSELToDateText(86399999, text, false, false, 0, false));
+    EXPECT_STREQ("19700102000000", MSELToDateText(86400000, text, false, false, 0, false));
+    EXPECT_STREQ("20380118T160000000", MSELToDateText(kLast, text, true, true, 'T', false));
+    EXPECT_STREQ("20380119 000000", MSELToDateText(kLast, text, false, true, ' ', true));
+    EXPECT_EQ(nullptr, MSELToDateText(kLast + 1, text, false, false, 0, true));
+    ReportCapture reports;
+    EXPECT_EQ(nullptr, MSELToDateText(0, nullptr, false, false, 0, true));
+    EXPECT_EQ(1, reports.Count("(false)"));
+}
+
+TEST(DateText, ReadsBackWhatWasWritten) {
+    EXPECT_EQ(k20240102030405, DateTextToMSEL("20240102030405", false, true));
+    EXPECT_EQ(k20240102030405 + 123, DateTextToMSEL("20240102030405123", true, true));
+    EXPECT_EQ(k20240102030405, DateTextToMSEL("20240101190405", false, false));
+    char text[32];
+    MSELToDateText(k20240102030405 + 999, text, false, false, 0, true);
+    EXPECT_EQ(k20240102030405, DateTextToMSEL(text, false, true));  // the whole second
+}
+
+TEST(DateText, InvalidTextsGiveMinusOne) {
+    ReportCapture reports;
+    for (const char* bad : {"2024010203040X", "20241302030405", "20240230030405", "20240102240000",
+                            "20240102036000", "19700101075959", "20380119000001", " 2024010203040"})
+        EXPECT_EQ(-1, DateTextToMSEL(bad, false, true)) << bad;
+    EXPECT_EQ(0, reports.Count());
+    // A '#' passes the digit test and then stops the field reader.
+    EXPECT_EQ(-1, DateTextToMSEL("2024010203040#", false, true));
+    EXPECT_EQ(1, reports.Count("(7 == taken)"));
+    // The counted form refuses a short text before reading it.
+    EXPECT_EQ(-1, DateTextToMSEL("2024010203040", -1, false, true));
+    EXPECT_EQ(-1, DateTextToMSEL("20240102030405", 14, true, true));
+    EXPECT_EQ(k20240102030405, DateTextToMSEL("20240102030405.log", 14, false, true));
+    EXPECT_EQ(1, reports.Count());
+}
+
+template <class CHAR>
+class SystemTimeText : public ::testing::Test {};
+TYPED_TEST_SUITE(SystemTimeText, CodeUnits);
+
+TYPED_TEST(SystemTimeText, FormatsTheHeadTime) {
+    typedef TypeParam C;
+    C text[kSystemTimeTextSize];
+    const SYSTEMTIME t = MakeSystemTime(2024, 1, 2, 3, 4, 5, 67);
+    EXPECT_EQ("2024-01-02 03:04:05.067", Ascii(FormatSystemTime(text, t, true)));
+    EXPECT_EQ("2024/01/02 03.04.05", Ascii(FormatSystemTime(text, t, false, '/', '.', ',')));
+    std::basic_string<C> object;
+    EXPECT_EQ("2024_01_02 03:04:05,067", Ascii(FormatSystemTime(object, t, true, '_', ':', ',')));
+    const SYSTEMTIME wild = MakeSystemTime(65535, 65535, 65535, 65535, 65535, 65535, 65535);
+    EXPECT_EQ("65535-65535-65535 65535", Ascii(FormatSystemTime(text, wild, true)));  // cut
+    if constexpr (sizeof(C) == 2) {  // a separator outside ASCII stays one unit
+        const C year = static_cast<C>(0x5E74);
+        EXPECT_EQ(year, FormatSystemTime(text, t, false, year, ':', '.')[4]);
+    }
+}
+
+TEST(Duration, BothLanguagesLeaveOutZeroParts) {
+    struct Case {
+        const char* language;
+        int64_t ms;
+        bool withMilli;
+        const char* text;
+    } cases[] = {
+        // clang-format off
+        {"english", 0, false, "0Seconds"}, {"english", 0, true, "0MSELs"},
+        {"中文简体", 0, false, "0秒"},     {"中文简体", 0, true, "0毫秒"},
+        {"English", 90061001, true, "1Days1Hours1Minutes1Seconds1MSELs"},
+        {"ENGLISH", 90061001, false, "1Days1Hours1Minutes1Seconds"},
+        {"中文简体", 90061001, true, "1天1小时1分1秒1毫秒"},
+        {"english", 86400000, true, "1Days"}, {"english", 86401000, true, "1Days1Seconds"},
+        {"deutsch", 60000, true, "1Minutes"}, {nullptr, 999, false, "0Seconds"},
+        {"english", kLast, true, "24854Days16Hours"},
+        // clang-format on
+    };
+    char text[kDurationTextSize];
+    for (const Case& c : cases)
+        for (bool keepAll : {false, true})
+            EXPECT_STREQ(c.text, FormatDuration(c.language, text, c.ms, c.withMilli, keepAll));
+    int d = -1, h = -1, m = -1, s = -1, ms = -1;
+    FormatDuration("english", text, 2 * 86400000LL + 3723004, false, false, &d, &h, &m, &s, &ms);
+    EXPECT_EQ((std::vector<int>{2, 1, 2, 3, 0}), (std::vector<int>{d, h, m, s, ms}));
+    EXPECT_EQ(nullptr, FormatDuration("english", text, -1, true, false));
+    EXPECT_EQ(nullptr, FormatDuration("english", text, kLast + 1, true, false));
+
+    EXPECT_STREQ("Saturday", GetWeekDayName(6, "EngLish"));
+    EXPECT_STREQ("星期三", GetWeekDayName(3, "中文简体"));
+    EXPECT_STREQ("", GetWeekDayName(7, "english"));
+    EXPECT_STREQ("", GetWeekDayName(0, "deutsch"));
+    EXPECT_STREQ("", GetWeekDayName(0, nullptr));
+}
+
+unsigned ReadThreadStarts(void* arg) {
+    MSEL* starts = static_cast<MSEL*>(arg);
+    starts[0] = GetThreadStartMSEL(0);
+    starts[1] = GetThreadStartMSEL(os::CurrentProcessId());  // the main thread
+    return 0;
+}
+
+TEST(StartTime, ThisProcessOthersAndTheDead) {
+    ReportCapture reports;
+    const MSEL start = GetProcessStartMSEL(0, true);
+    EXPECT_LE(start, GetMSEL() + 1000);  // btime is a whole second
+    EXPECT_GT(start, GetMSEL() - 24 * 3600 * 1000LL);
+    EXPECT_EQ(start, GetProcessStartMSEL(os::CurrentProcessId(), true));
+    EXPECT_EQ(start, GetProcessStartMSELCached(0, true));
+    EXPECT_EQ(start, GetThreadStartMSEL(OSThreadSelf()));  // tests run on the main thread
+    const MSEL init = GetProcessStartMSEL(1, true);
+    EXPECT_TRUE(IsValidMSEL(init) && init <= start);
+    EXPECT_EQ(-1, GetProcessStartMSEL(static_cast<uint32_t>(-1), true));
+    EXPECT_EQ(-1, GetProcessStartMSELCached(static_cast<uint32_t>(-1), false));
+    EXPECT_EQ(-1, GetThreadStartMSEL(static_cast<uint32_t>(-1)));
+
+    MSEL starts[2] = {0, 0};
+    OSThread thread = 0;
+    ASSERT_NE(0, OSCreateThread(&thread, nullptr, ReadThreadStarts, starts, 0));
+    OSWaitThread(thread);
+    EXPECT_TRUE(start <= starts[0] && starts[0] <= GetMSEL() + 1000);
+    EXPECT_EQ(start, starts[1]);
+    EXPECT_EQ(0, reports.Count());
+}
+
+TEST(CpuFrequency, ReadOnceOrReportedOnce) {
+    ReportCapture reports;
+    const int64_t hz = GetCpuFrequency();
+    EXPECT_EQ(hz, GetCpuFrequency());
+    if (hz == 0x80000000LL) {
+        ASSERT_EQ(1, reports.Count("(false)"));
+        EXPECT_EQ(0u, reports.Reports()[0].message.find("获取CPU时钟频率失败（读取注册表失败，"));
+    } else {
+        EXPECT_TRUE(hz >= 1000000 && hz % 1000000 == 0) << hz;
+        EXPECT_EQ(0, reports.Count());
+    }
+}
+
+unsigned LowerPriorityForAScope(void* arg) {
+    int* nice = static_cast<int*>(arg);  // before, during, after
+    os::GetThreadNice(OSThreadSelf(), &nice[0]);
+    {
+        AutoPriority lower(true, BELOW_NORMAL_PRIORITY_CLASS, THREAD_PRIORITY_LOWEST);
+        lower.Raise();  // a second raise keeps the first saved value
+        os::GetThreadNice(OSThreadSelf(), &nice[1]);
+    }
+    os::GetThreadNice(OSThreadSelf(), &nice[2]);
+    return 0;
+}
+
+TEST(Priority, ScopeLowersTheThreadAndTriesToRestore) {
+    ReportCapture reports;
+    int nice[3] = {0, 0, 0};
+    OSThread thread = 0;
+    ASSERT_NE(0, OSCreateThread(&thread, nullptr, LowerPriorityForAScope, nice, 0));
+    OSWaitThread(thread);
+    EXPECT_EQ(nice[0] <= 14 ? 14 : nice[0], nice[1]);
+    // Without privilege the way back up is refused, and that is not an error.
+    EXPECT_TRUE(nice[2] == nice[0] || nice[2] == nice[1]);
+    EXPECT_EQ(0, reports.Count());
+    AutoPriority unknown(false, 0x1234, 7);
+    EXPECT_EQ(1, reports.Count("(knownClass)"));
+    EXPECT_EQ(1, reports.Count("(knownThreadPriority)"));
+}
+
+}  // namespace
