@@ -4,7 +4,7 @@
 // return a negative value when the format cannot be produced.
 //
 // Only the narrow form is here. The wide form follows the Windows wide printf rules
-// and comes with the library's own wide formatter (wideformat.h), which specialises
+// and comes with the library's own wide formatter (wideformat.h), which provides
 // TextFormat<char16_t>; until then a wide Format does not compile.
 #pragma once
 
