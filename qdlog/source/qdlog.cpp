@@ -18,6 +18,18 @@ bool IsEventType(int type) {
     return type >= 0 && type < kEventTypes;
 }
 
+typedef Relaxed<int32_t> LogContext::*Setting;
+
+// A gated setter: ignored while a qdlog.ini rules.
+void SetGated(Setting setting, int value) {
+    LogContext& log = GetLogContext();
+    if (log.canModifyConfig_) log.*setting = value;
+}
+
+int Get(Setting setting) {
+    return GetLogContext().*setting;
+}
+
 }  // namespace
 
 extern "C" {
@@ -40,7 +52,7 @@ uint32_t* GetQDLogMaskPtr(void) {
 }
 
 int QDLogCanConfig(void) {
-    return GetLogContext().canModifyConfig_;
+    return Get(&LogContext::canModifyConfig_);
 }
 
 int QDLogSetDir(const char* dir) {
@@ -60,48 +72,43 @@ void QDLogFlushFile(void) {
 }
 
 void QDLogSetFlushLines(int lines) {
-    LogContext& log = GetLogContext();
-    if (log.canModifyConfig_) log.flushLines_ = std::max(lines, 1);
+    SetGated(&LogContext::flushLines_, std::max(lines, 1));
 }
 
 int QDLogGetFlushLines(void) {
-    return GetLogContext().flushLines_;
+    return Get(&LogContext::flushLines_);
 }
 
 void QDLogSetFileSizeLimit(int bytes) {
-    LogContext& log = GetLogContext();
-    if (log.canModifyConfig_) log.switchBytes_ = std::clamp(bytes, 16384, 0x800000);
+    SetGated(&LogContext::switchBytes_, std::clamp(bytes, 16384, 0x800000));
 }
 
 int QDLogGetFileSizeLimit(void) {
-    return GetLogContext().switchBytes_;
+    return Get(&LogContext::switchBytes_);
 }
 
 void QDLogScreen(int on) {
-    LogContext& log = GetLogContext();
-    if (log.canModifyConfig_) log.toScreen_ = on;
+    SetGated(&LogContext::toScreen_, on);
 }
 
 int QDLogGetScreen(void) {
-    return GetLogContext().toScreen_;
+    return Get(&LogContext::toScreen_);
 }
 
 void QDLogToFile(int on) {
-    LogContext& log = GetLogContext();
-    if (log.canModifyConfig_) log.toFile_ = on;
+    SetGated(&LogContext::toFile_, on);
 }
 
 int QDLogGetToFile(void) {
-    return GetLogContext().toFile_;
+    return Get(&LogContext::toFile_);
 }
 
 void QDLogOutputToDebuger(int on) {
-    LogContext& log = GetLogContext();
-    if (log.canModifyConfig_) log.toDebuger_ = on;
+    SetGated(&LogContext::toDebuger_, on);
 }
 
 int QDLogIsOutputDebuger(void) {
-    return GetLogContext().toDebuger_;
+    return Get(&LogContext::toDebuger_);
 }
 
 void QDLogSetLife(int days) {
@@ -109,16 +116,15 @@ void QDLogSetLife(int days) {
 }
 
 int QDLogGetLife(void) {
-    return GetLogContext().holdSeconds_ / 86400;
+    return Get(&LogContext::holdSeconds_) / 86400;
 }
 
 void QDLogSetLife2(int seconds) {
-    LogContext& log = GetLogContext();
-    if (log.canModifyConfig_) log.holdSeconds_ = std::max(seconds, 0);
+    SetGated(&LogContext::holdSeconds_, std::max(seconds, 0));
 }
 
 int QDLogGetLife2(void) {
-    return GetLogContext().holdSeconds_;
+    return Get(&LogContext::holdSeconds_);
 }
 
 // The memory reserve is taken as given; the disk reserve is at least 2 MB.
@@ -138,12 +144,11 @@ int QDLogGetReserve(int* isMemory) {
 }
 
 void QDLogSetMaxFileNum(int count) {
-    LogContext& log = GetLogContext();
-    if (log.canModifyConfig_) log.maxFileNum_ = count;
+    SetGated(&LogContext::maxFileNum_, count);
 }
 
 int QDLogGetMaxFileNum(void) {
-    return GetLogContext().maxFileNum_;
+    return Get(&LogContext::maxFileNum_);
 }
 
 // The count starts again when the column is switched on.
@@ -154,7 +159,7 @@ void QDLogSetPrintCpuCycle(int on) {
 }
 
 int QDLogIsPrintCpuCycle(void) {
-    return GetLogContext().printCpuCycle_;
+    return Get(&LogContext::printCpuCycle_);
 }
 
 void QDLogSetPrintMSEL(int on) {
@@ -162,7 +167,7 @@ void QDLogSetPrintMSEL(int on) {
 }
 
 int QDLogIsPrintMSEL(void) {
-    return GetLogContext().printMSEL_;
+    return Get(&LogContext::printMSEL_);
 }
 
 // Copied without a lock: a line written meanwhile may show a half-written title.

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <type_traits>
 
 #include "qdr/platform/os.h"
 #include "smartbuf.h"
@@ -67,6 +68,29 @@ bool ReadNumber(const char16_t*& p, int* value) {
     return true;
 }
 
+// The size prefixes, longest first: "hh" before "h", "I64" before "I".
+struct SizePrefix {
+    const char16_t* text;
+    Size size;
+};
+const SizePrefix kSizePrefixes[] = {
+    {u"hh", Size::kHH},   {u"h", Size::kH},     {u"ll", Size::kLL}, {u"l", Size::kL},
+    {u"w", Size::kL},     {u"j", Size::kJ},     {u"z", Size::kZ},   {u"t", Size::kT},
+    {u"I64", Size::kI64}, {u"I32", Size::kI32}, {u"I", Size::kI},   {u"L", Size::kLongDouble},
+};
+
+void ReadSize(const char16_t*& p, Size* size) {
+    for (const SizePrefix& prefix : kSizePrefixes) {
+        size_t n = 0;
+        while (prefix.text[n] && p[n] == prefix.text[n]) ++n;
+        if (prefix.text[n] == 0) {
+            *size = prefix.size;
+            p += n;
+            return;
+        }
+    }
+}
+
 // Parses what follows a '%' up to and including the conversion character.
 bool ParseConversion(const char16_t*& p, va_list& args, Conversion* c) {
     int flagCount = 0;
@@ -100,50 +124,7 @@ bool ParseConversion(const char16_t*& p, va_list& args, Conversion* c) {
             return false;
         }
     }
-    switch (*p) {
-        case u'h':
-            c->size = p[1] == u'h' ? Size::kHH : Size::kH;
-            p += c->size == Size::kHH ? 2 : 1;
-            break;
-        case u'l':
-            c->size = p[1] == u'l' ? Size::kLL : Size::kL;
-            p += c->size == Size::kLL ? 2 : 1;
-            break;
-        case u'w':
-            c->size = Size::kL;
-            ++p;
-            break;
-        case u'L':
-            c->size = Size::kLongDouble;
-            ++p;
-            break;
-        case u'j':
-            c->size = Size::kJ;
-            ++p;
-            break;
-        case u'z':
-            c->size = Size::kZ;
-            ++p;
-            break;
-        case u't':
-            c->size = Size::kT;
-            ++p;
-            break;
-        case u'I':
-            if (p[1] == u'6' && p[2] == u'4') {
-                c->size = Size::kI64;
-                p += 3;
-            } else if (p[1] == u'3' && p[2] == u'2') {
-                c->size = Size::kI32;
-                p += 3;
-            } else {
-                c->size = Size::kI;
-                ++p;
-            }
-            break;
-        default:
-            break;
-    }
+    ReadSize(p, &c->size);
     if (*p == 0 || *p > 0x7F) return false;
     c->type = static_cast<char>(*p++);
     return true;
@@ -226,74 +207,49 @@ bool PutNumber(WideSink& sink, const Conversion& c, const char* size, VALUE valu
     return true;
 }
 
-bool PutSigned(WideSink& sink, const Conversion& c, va_list& args) {
-    long long v;
-    switch (c.size) {
-        case Size::kNone:
-            v = va_arg(args, int);
-            break;
-        case Size::kHH:
-            v = static_cast<signed char>(va_arg(args, int));
-            break;
-        case Size::kH:
-            v = static_cast<short>(va_arg(args, int));
-            break;
-        case Size::kL:
-            v = va_arg(args, long);
-            break;
-        case Size::kLL:
-        case Size::kI64:
-            v = va_arg(args, long long);
-            break;
-        case Size::kJ:
-            v = va_arg(args, intmax_t);
-            break;
-        case Size::kZ:
-        case Size::kT:
-        case Size::kI:
-            v = va_arg(args, ptrdiff_t);
-            break;
-        case Size::kI32:
-            v = va_arg(args, int32_t);
-            break;
-        default:
-            return false;
-    }
-    return PutNumber(sink, c, "ll", v);
-}
+// An integer argument by its size prefix, in its signed or unsigned form.
+template <bool SIGNED, class T>
+using IntOf = typename std::conditional<SIGNED, T, typename std::make_unsigned<T>::type>::type;
 
-bool PutUnsigned(WideSink& sink, const Conversion& c, va_list& args) {
-    unsigned long long v;
+template <bool SIGNED>
+bool PutInteger(WideSink& sink, const Conversion& c, va_list& args) {
+    typedef IntOf<SIGNED, int> Int;  // va_arg is a macro: no commas in its type
+    typedef IntOf<SIGNED, long> Long;
+    typedef IntOf<SIGNED, long long> LongLong;
+    typedef IntOf<SIGNED, intmax_t> IntMax;
+    typedef IntOf<SIGNED, ptrdiff_t> PtrDiff;
+    typedef IntOf<SIGNED, int32_t> Int32;
+    LongLong v;
     switch (c.size) {
         case Size::kNone:
-            v = va_arg(args, unsigned);
+            v = va_arg(args, Int);
             break;
-        case Size::kHH:
-            v = static_cast<unsigned char>(va_arg(args, unsigned));
+        case Size::kHH:  // promoted to int on the way
+            v = static_cast<IntOf<SIGNED, signed char>>(va_arg(args, Int));
             break;
         case Size::kH:
-            v = static_cast<unsigned short>(va_arg(args, unsigned));
+            v = static_cast<IntOf<SIGNED, short>>(va_arg(args, Int));
             break;
         case Size::kL:
-            v = va_arg(args, unsigned long);
+            v = va_arg(args, Long);
             break;
         case Size::kLL:
         case Size::kI64:
-            v = va_arg(args, unsigned long long);
+            v = va_arg(args, LongLong);
             break;
         case Size::kJ:
-            v = va_arg(args, uintmax_t);
+            v = va_arg(args, IntMax);
             break;
         case Size::kZ:
         case Size::kT:
         case Size::kI:
-            v = va_arg(args, size_t);
+            v = va_arg(args, PtrDiff);
             break;
         case Size::kI32:
-            v = va_arg(args, uint32_t);
+            v = va_arg(args, Int32);
             break;
         default:
-            return false;
+            return false;  // L and the like have no integer meaning
     }
     return PutNumber(sink, c, "ll", v);
 }
@@ -325,12 +281,12 @@ bool PutConversion(WideSink& sink, const Conversion& c, va_list& args) {
             return PutNarrowString(sink, c, va_arg(args, const char*));
         case 'd':
         case 'i':
-            return PutSigned(sink, c, args);
+            return PutInteger<true>(sink, c, args);
         case 'u':
         case 'o':
         case 'x':
         case 'X':
-            return PutUnsigned(sink, c, args);
+            return PutInteger<false>(sink, c, args);
         case 'e':
         case 'E':
         case 'f':
