@@ -1,6 +1,7 @@
 // The wide formatter: the Windows rules for strings and characters, C's numbers.
 #include <gtest/gtest.h>
 
+#include <cstdarg>
 #include <cstdint>
 #include <string>
 
@@ -66,12 +67,25 @@ TEST(WideFormat, InvalidFormatsGiveMinusOne) {
     EXPECT_EQ(-1, FormatWide(nullptr, 0, nullptr));
 }
 
+int PrintWide(char16_t* out, size_t capacity, const char16_t* fmt, ...) {
+    va_list args;
+    va_start(args, fmt);
+    const int n = out ? TextFormat<char16_t>::Print(out, capacity, fmt, args)
+                      : TextFormat<char16_t>::Count(fmt, args);
+    va_end(args);
+    return n;
+}
+
 TEST(WideFormat, TooSmallABufferGivesMinusOneAndATerminatedPrefix) {
     char16_t out[4] = {u'x', u'x', u'x', u'x'};
     EXPECT_EQ(-1, FormatWide(out, 4, u"%s", u"abcdef"));
     EXPECT_EQ(u"abc", std::u16string(out));
     EXPECT_EQ(3, FormatWide(out, 4, u"%s", u"abc"));
     EXPECT_EQ(6, FormatWide(nullptr, 0, u"%s", u"abcdef"));  // measures
+    // The same through the text classes' formatting family.
+    EXPECT_EQ(5, PrintWide(nullptr, 0, u"%d", 12345));
+    EXPECT_EQ(-1, PrintWide(out, 4, u"%d", 12345));
+    EXPECT_EQ(3, PrintWide(out, 4, u"%d", 123));
 }
 
 }  // namespace
