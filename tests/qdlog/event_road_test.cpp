@@ -12,17 +12,6 @@
 
 namespace {
 
-TEST(EventHead, TimeColumnWithAndWithoutMilliseconds) {
-    const SYSTEMTIME st = {2016, 11, 5, 18, 12, 12, 0, 123};
-    char time[kEventTimeChars];
-    EXPECT_EQ(23, FormatEventTime(st, true, time));
-    EXPECT_STREQ("2016-11-18 12:12:00.123", time);
-    EXPECT_EQ(19, FormatEventTime(st, false, time));
-    EXPECT_STREQ("2016-11-18 12:12:00", time);
-    EXPECT_EQ(23, FormatEventTime(SYSTEMTIME(), true, time));  // a time that failed
-    EXPECT_STREQ("0000-00-00 00:00:00.000", time);
-}
-
 TEST(EventHead, CycleColumnBlanksTheZerosInFrontOfTheNumber) {
     const struct {
         int64_t difference;
