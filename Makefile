@@ -1,5 +1,6 @@
 # One-word commands for a fresh Debian 12 machine (as root the missing packages
 # are installed first).
+#   make demo           build, then run the demo of the logging library
 #   make test           build and run every test
 #   make test-sanitize  the tests under ASan+UBSan, the concurrency tests under TSan
 #   make test-slow      the long checks (label "slow"), which the others leave out
@@ -11,7 +12,7 @@ CMAKE_FLAGS ?=
 PACKAGES := build-essential cmake pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
             zlib1g-dev clang clang-format python3 tzdata binutils
 
-.PHONY: all deps build test test-slow test-sanitize test-asan test-tsan bench format clean
+.PHONY: all deps build demo test test-slow test-sanitize test-asan test-tsan bench format clean
 
 all: build
 
@@ -21,6 +22,10 @@ deps:
 build: deps
 	cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo $(CMAKE_FLAGS)
 	cmake --build build -j$(JOBS)
+
+# Several threads logging every kind of event; it says where its output went.
+demo: build
+	cd build/tools/demo && ./qdlog_demo
 
 test: build
 	cd build && ctest -j$(JOBS) -LE slow --output-on-failure --timeout 300

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <ctime>
 
 namespace os {
@@ -109,6 +110,35 @@ const char* GetEnv(const char* name);
 // The thread's last-error value, which is errno here.
 int GetLastError();
 void SetLastError(int value);
+
+// ---- files and directories -----------------------------------------------
+
+// Paths come in the library's grammar: every backslash becomes '/' here and nowhere
+// else, and a path of 512 bytes or more is refused (null, -1 or false).
+
+// fopen of the path; null on failure.
+FILE* OpenFile(const char* path, const char* mode);
+// Size of what has reached the system for an open stream: its descriptor's size,
+// so lines still in the stream's buffer do not count. -1 on failure.
+int64_t FileSizeOfStream(FILE* stream);
+bool PathExists(const char* path);
+// Makes the directory and every missing parent; true when a directory stands there
+// at the end (also when it stood there before).
+bool MakeDirectoryTree(const char* path);
+// The current directory, without a trailing separator; 0 on failure, else its length.
+int CurrentDirectory(char* buffer, int capacity);
+
+// ---- the debugger channel (OutputDebugString) -------------------------------
+
+// Hands a text to whatever plays the debugger here. QDLOG_DEBUG_OUTPUT=syslog: to
+// syslog(3) at LOG_DEBUG, one record per line; =stderr: to standard error as it
+// stands; otherwise to standard error only while a debugger is attached, else
+// nowhere. The wide form converts to UTF-8 first.
+void OutputDebugText(const char* text);
+void OutputDebugTextW(const char16_t* text);
+// Whether a tracer is attached (TracerPid of /proc/self/status), looked at no more
+// than once a second.
+bool IsDebuggerAttached();
 
 // ---- the report box --------------------------------------------------------
 

@@ -1,0 +1,71 @@
+// The event road's costs: the level test that runs before every event, and one
+// event into the log file (screen off, debugger nowhere), short and long, narrow
+// and wide.
+#include <benchmark/benchmark.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+
+#include "qdlog.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// Logs into a directory of its own for the life of the program.
+struct BenchLog {
+    BenchLog() : dir((fs::temp_directory_path() / ("qdlog-bench-" + std::to_string(getpid())))) {
+        QDLogSetDir((dir.string() + "/").c_str());
+        QDLogScreen(0);
+        QDLogToFile(1);
+        QDLogOutputToDebuger(1);
+        QDLogSetFileSizeLimit(0x800000);
+    }
+    ~BenchLog() {
+        QDLogToFile(0);
+        fs::remove_all(dir);
+    }
+    fs::path dir;
+};
+
+void Setup() {
+    static BenchLog log;
+}
+
+void BM_DisabledLevel(benchmark::State& state) {
+    Setup();
+    *GetQDLogMaskPtr() = QDLOG_MASK_ERROR;
+    int evaluated = 0;
+    for (auto _ : state) QDLOG_DEBUG("never %d", ++evaluated);
+    benchmark::DoNotOptimize(evaluated);
+    *GetQDLogMaskPtr() = 0xFFFFFFFF;
+}
+BENCHMARK(BM_DisabledLevel);
+
+void BM_NarrowEventToFile(benchmark::State& state) {
+    Setup();
+    const std::string text(static_cast<size_t>(state.range(0)), 'n');
+    for (auto _ : state) QDLogEvent(0, "%s", text.c_str());
+    state.SetBytesProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(BM_NarrowEventToFile)->Arg(40)->Arg(1000);
+
+void BM_WideEventToFile(benchmark::State& state) {
+    Setup();
+    const std::u16string text(static_cast<size_t>(state.range(0)), u'中');
+    for (auto _ : state) QDLogEventW(0, u"%s", text.c_str());
+    state.SetBytesProcessed(state.iterations() * state.range(0) * 2);
+}
+BENCHMARK(BM_WideEventToFile)->Arg(40)->Arg(1000);
+
+void BM_NarrowEventWithNumbers(benchmark::State& state) {
+    Setup();
+    int i = 0;
+    for (auto _ : state) QDLogEvent(0, "request %d took %.3f ms from %s", ++i, 1.25, "10.0.0.1");
+}
+BENCHMARK(BM_NarrowEventWithNumbers);
+
+}  // namespace
+
+BENCHMARK_MAIN();

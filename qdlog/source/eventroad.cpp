@@ -1,0 +1,183 @@
+// The event road: the entries format with no lock held; the print takes lock_,
+// builds the head once and sends the text line by line to the outputs.
+#include "eventroad.h"
+
+#include <climits>
+#include <cstdio>
+
+#include "eventhead.h"
+#include "logfilelist.h"
+#include "qdr/platform/os.h"
+#include "smartbuf.h"
+#include "wideformat.h"
+
+namespace {
+
+// What differs between the widths: the formatter, the null text, and the largest
+// text the formatter is allowed to produce. The wide count is the one the
+// platform's _vswprintf_c_l is given: a longer wide text fails to format.
+template <class CHAR>
+struct Width;
+
+template <>
+struct Width<char> {
+    static int Format(char* out, int capacity, const char* fmt, va_list args) {
+        return vsnprintf(out, static_cast<size_t>(capacity), fmt, args);
+    }
+    static constexpr const char* kNullText = "(NULL)";
+    static constexpr int kFormatCount = INT_MAX;
+};
+
+template <>
+struct Width<char16_t> {
+    static int Format(char16_t* out, int capacity, const char16_t* fmt, va_list args) {
+        return FormatWideV(out, capacity, fmt, args);
+    }
+    static constexpr const char16_t* kNullText = u"(NULL)";
+    static constexpr int kFormatCount = 0x4000000;
+};
+
+int MeasureText(const char* fmt, va_list args) {
+    return Width<char>::Format(nullptr, 0, fmt, args);
+}
+int MeasureText(const char16_t* fmt, va_list args) {
+    return Width<char16_t>::Format(nullptr, 0, fmt, args);
+}
+
+template <class CHAR>
+void PrintEvent(int type, const CHAR* text) {
+    LogContext& log = GetLogContext();
+    LogLock lock(log);
+    if (lock.Held()) PrintEventAt(log, type, text, TakeEventMoment());
+}
+
+void EmitLineOf(LogContext& log, int type, const char* head, int headLen, const char* text,
+                int textLen) {
+    QDLogEmitLine(log, type, head, headLen, text, textLen);
+}
+void EmitLineOf(LogContext& log, int type, const char16_t* head, int headLen, const char16_t* text,
+                int textLen) {
+    QDLogEmitLineW(log, type, head, headLen, text, textLen);
+}
+
+// The head in the event's own width: the narrow head as it is, or widened into
+// `room`. The title row is UTF-8, so the wide head carries the same characters.
+const char* HeadInWidth(const char* head, int headLen, char (&)[kEventHeadChars], int* length) {
+    *length = headLen;
+    return head;
+}
+const char16_t* HeadInWidth(const char* head, int headLen, char16_t (&room)[kEventHeadChars],
+                            int* length) {
+    *length = os::Utf8ToUtf16(head, headLen, room, kEventHeadChars - 1);
+    room[*length] = 0;
+    return room;
+}
+
+// Splits at LF; a CR before the LF stays in the line, and a last LF makes no
+// further line:  "a\n" -> "a";  "\n\n" -> "", "";  "a\r\nb" -> "a\r", "b".
+// Every line carries the same head; type 31 carries the empty one.
+template <class CHAR>
+void EmitLines(LogContext& log, int type, const CHAR* head, int headLen, const CHAR* text) {
+    static const CHAR kNoHead[1] = {0};
+    const bool raw = type == kRawEventType;
+    for (const CHAR* line = text;;) {
+        const CHAR* end = line;
+        while (*end && *end != '\n') ++end;
+        EmitLineOf(log, type, raw ? kNoHead : head, raw ? 0 : headLen, line,
+                   static_cast<int>(end - line));
+        if (*end == 0 || end[1] == 0) break;
+        line = end + 1;
+    }
+}
+
+}  // namespace
+
+template <class CHAR>
+void LogEventV(int type, const CHAR* fmt, va_list args) {
+    LogContext& log = GetLogContext();
+    // With screen, file and debugger off nothing is formatted, and callbacks get
+    // nothing either.
+    if (!log.toScreen_ && !log.toFile_ && !log.toDebuger_) return;
+    // clang-format off
+    QDR_CHECK(fmt && 0<=type && type<32);
+    // clang-format on
+    // The original goes on into undefined behaviour; the event is dropped instead.
+    if (!fmt || type < 0 || type >= kEventTypes) return;
+
+    va_list measureArgs;
+    va_copy(measureArgs, args);
+    const int fmtLen = MeasureText(fmt, measureArgs);
+    va_end(measureArgs);
+
+    // Up to 1023 characters the text stays inline: no heap. A failed measure, or a
+    // text beyond the formatter's count or the block limit, leaves no buffer, and
+    // the event fails the check below and is dropped.
+    const bool measured = fmtLen >= 0 && fmtLen < Width<CHAR>::kFormatCount;
+    SmartBuf<CHAR, 1024> buf(measured ? fmtLen + 1 : 0);
+    int ret = -1;
+    if (measured && buf.Get() && buf.Length() == fmtLen + 1) {
+        va_list formatArgs;
+        va_copy(formatArgs, args);
+        ret = Width<CHAR>::Format(buf.Get(), buf.Length(), fmt, formatArgs);
+        va_end(formatArgs);
+    }
+    // clang-format off
+    QDR_CHECK(0<=ret && ret<=fmtLen);
+    // clang-format on
+    // An empty text writes nothing at all, not even a head.
+    if (ret < 1) return;
+    PrintEvent(type, buf.Get());
+}
+
+EventMoment TakeEventMoment() {
+    return EventMoment{GetMSEL(), GetTickCount(), ReadCpuCycle()};
+}
+
+void QDLogEventPrint(int type, const char* text) {
+    PrintEvent(type, text);
+}
+
+void QDLogEventPrintW(int type, const char16_t* text) {
+    PrintEvent(type, text);
+}
+
+template <class CHAR>
+void PrintEventAt(LogContext& log, int type, const CHAR* text, const EventMoment& moment) {
+    QDR_CHECK(log.lock_.IsLockedByThreadSelf());
+    if (!text) text = Width<CHAR>::kNullText;
+    // clang-format off
+    QDR_CHECK(0<=type && type<32);
+    // clang-format on
+    // There is no title row for such a type: the event is dropped.
+    if (type < 0 || type >= kEventTypes) return;
+
+    // A time that cannot be broken down leaves all fields 0; the event still goes.
+    const SYSTEMTIME st = GetSystemTimeOfMSEL(moment.now, true);
+    CleanLogFiles(log, moment.now, moment.tick);
+
+    char time[kEventTimeChars];
+    FormatEventTime(st, log.printMSEL_ != 0, time);
+    char cycles[kCpuTicksChars] = "";
+    if (log.printCpuCycle_) {
+        FormatCpuTicks(static_cast<int64_t>(moment.cycle - log.lastCpuCycle_), cycles);
+        log.lastCpuCycle_ = moment.cycle;
+    }
+    char head[kEventHeadChars];
+    const int headLen = BuildEventHead(time, cycles, log.titles_[type], log.titleSeparator_, head);
+
+    // Whether the file is full, or open at all, is asked at most once a second.
+    if (log.lastEventMSEL_ / 1000 != moment.now / 1000) CheckLogFile(log, moment.now);
+    log.lastEventMSEL_ = moment.now;
+
+    CHAR room[kEventHeadChars];
+    int lineHeadLen = 0;
+    const CHAR* lineHead = HeadInWidth(head, headLen, room, &lineHeadLen);
+    EmitLines(log, type, lineHead, lineHeadLen, text);
+
+    if (log.toFile_ && log.logFile_.IsOpen()) FlushLogFile(log);
+}
+
+template void LogEventV<char>(int, const char*, va_list);
+template void LogEventV<char16_t>(int, const char16_t*, va_list);
+template void PrintEventAt<char>(LogContext&, int, const char*, const EventMoment&);
+template void PrintEventAt<char16_t>(LogContext&, int, const char16_t*, const EventMoment&);

@@ -1,0 +1,122 @@
+// LogContext: the one object behind the 36 exports. It is built on the first
+// export that needs it and destroyed in the library's atexit chain; it holds every
+// setting, the callback map, the open log file and the engine's one lock.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+
+#include "logfile.h"
+#include "qdlog.h"
+#include "qdr/qdmsel.h"
+#include "qdr/qdsync.h"
+#include "qdr/qdthread.h"
+
+constexpr int kEventTypes = 32;
+constexpr int kTitleChars = 32;
+constexpr int kRawEventType = 31;
+
+// A word that setters and getters touch without a lock while events read it:
+// relaxed atomic loads and stores, which cost what plain ones do on this platform.
+template <class T>
+class Relaxed {
+public:
+    Relaxed(T value = T()) : value_(value) {}
+    Relaxed& operator=(T value) {
+        value_.store(value, std::memory_order_relaxed);
+        return *this;
+    }
+    Relaxed& operator=(const Relaxed& other) { return *this = T(other); }
+    operator T() const { return value_.load(std::memory_order_relaxed); }
+
+private:
+    std::atomic<T> value_;
+};
+
+// The callbacks by user data, in the numeric order of the pointers. The one
+// declaration of the map: its nodes move to the block allocator later.
+typedef std::map<void*, QDLogCallback> CallbackMap;
+
+class LogContext {
+public:
+    // The closed log files of the directory and the first sweep over them. Only
+    // the sweep's bookkeeping stands here yet; the ordered set of paths and the
+    // deletion rules over it come with retention.
+    struct LogFileList {
+        LogFileList() = default;
+        ~LogFileList();
+        LogFileList(const LogFileList&) = delete;
+        LogFileList& operator=(const LogFileList&) = delete;
+
+        OSThread initThread = 0;
+        OSThreadID initThreadID = 0;
+        Relaxed<int32_t> exitFlag{0};
+        int64_t totalLogBytes = 0;
+        Relaxed<int32_t> initFinished{0};
+    };
+
+    LogContext();
+    ~LogContext();
+    LogContext(const LogContext&) = delete;
+    LogContext& operator=(const LogContext&) = delete;
+
+    Mutex lock_{0};
+    Relaxed<int32_t> canModifyConfig_;
+    Relaxed<int32_t> firstReadConfig_;
+    uint32_t lastReadConfigTick_;
+    int32_t readingConfig_;
+    // Plain, since the application reads it through GetQDLogMaskPtr; the engine
+    // stores it with one atomic store.
+    uint32_t logMask_;
+    Relaxed<int32_t> flushLines_;
+    Relaxed<int32_t> switchBytes_;
+    Relaxed<int32_t> toScreen_;
+    Relaxed<int32_t> toFile_;
+    Relaxed<int32_t> printCpuCycle_;
+    Relaxed<uint64_t> lastCpuCycle_;
+    Relaxed<int32_t> printMSEL_;
+    Relaxed<int32_t> holdSeconds_;
+    CallbackMap callbackMap_;
+    char titles_[kEventTypes][kTitleChars];
+    uint32_t titleSeparator_;
+    Relaxed<int32_t> reserveMBytes_;
+    Relaxed<int32_t> reserveIsMemory_;
+    Relaxed<int32_t> maxFileNum_;
+    Relaxed<int32_t> toDebuger_;
+    MSEL lastEventMSEL_;
+    uint32_t lastHoldCheckTick_;
+    uint32_t lastReserveCheckTick_;
+    uint32_t lastFileNumCheckTick_;
+    LogFileList logFileList_;
+    LogFile logFile_;
+    // The process-unique flag over this name comes with the cross-process lock; it
+    // will mark this directory's logger as taken.
+    char pufName_[16];
+};
+
+// The singleton, built on first use. The common path is one pointer test.
+LogContext& GetLogContext();
+// The atexit routine: destroys the singleton and fills it with 0xCD, so that a
+// later event fails the lock's check ("Invalid mutex object!!!") and is dropped.
+void DestroyLogContext();
+
+// lock_ as a scope guard that survives the engine's end: on a destroyed context
+// the lock's check is reported and Held() is false; nothing else is touched.
+class LogLock {
+public:
+    explicit LogLock(LogContext& log);
+    ~LogLock();
+    LogLock(const LogLock&) = delete;
+    LogLock& operator=(const LogLock&) = delete;
+    bool Held() const { return held_; }
+
+private:
+    Mutex& lock_;
+    bool held_;
+};
+
+// The name of the process-unique flag of a directory: the ELF string hash of its
+// bytes, taken as signed char, written with "%08X".
+//   "" -> "00000000";  "abc" -> "00006783";  "/usr/lib/" -> "0A56198F"
+void FormatLoggerFlagName(const char* dir, char out[16]);

@@ -1,0 +1,218 @@
+// The event road: the head's bytes, the split into lines, the raw type, empty and
+// bad events, and the narrow and wide roads alike. Local time is UTC+8 (TZ=CST-8).
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "eventhead.h"
+#include "log_test_support.h"
+#include "report_capture.h"
+
+namespace {
+
+TEST(EventHead, CycleColumnBlanksTheZerosInFrontOfTheNumber) {
+    const struct {
+        int64_t difference;
+        const char* column;
+    } rows[] = {
+        {125000, "|CPU-ticks       12.500万"},  {100000, "|CPU-ticks       10.000万"},
+        {5000, "|CPU-ticks         .500万"},    {0, "|CPU-ticks         .000万"},
+        {-125000, "|CPU-ticks -0000012.500万"}, {1234567890123, "|CPU-ticks 123456789.012万"},
+    };
+    for (const auto& row : rows) {
+        char column[kCpuTicksChars];
+        FormatCpuTicks(row.difference, column);
+        EXPECT_STREQ(row.column, column) << row.difference;
+    }
+}
+
+class EventRoad : public LogTest {};
+
+TEST_F(EventRoad, HeadBytesOnTheScreenAndToCallbacksForEachSetting) {
+    const struct {
+        int printMSEL;
+        int printCpuCycle;
+        int type;
+        const char* head;
+    } rows[] = {
+        {1, 0, 0, "2016-11-18 12:12:00.123|信息:"},
+        {0, 0, 1, "2016-11-18 12:12:00|警告:"},
+        {1, 1, 2, "2016-11-18 12:12:00.123|CPU-ticks       12.500万|错误:"},
+        {0, 1, 25, "2016-11-18 12:12:00|CPU-ticks       12.500万|事件:"},
+        {1, 0, 7, "2016-11-18 12:12:00.123|0007:"},
+    };
+    LogContext& log = GetLogContext();
+    QDLogScreen(1);
+    for (const auto& row : rows) {
+        LineRecorder recorder;
+        QDLogSetPrintMSEL(row.printMSEL);
+        QDLogSetPrintCpuCycle(row.printCpuCycle);
+        log.lastCpuCycle_ = 1000;
+        const std::string shown =
+            ScreenOf([&] { PrintAt(row.type, "connection lost", kSampleMSEL, 126000); });
+        EXPECT_EQ(std::string(row.head) + "connection lost\n", shown);
+        ASSERT_EQ(1u, recorder.Lines().size());
+        const RecordedLine line = recorder.Lines()[0];
+        EXPECT_EQ(row.head, line.head);
+        EXPECT_TRUE(line.headTerminated);
+        EXPECT_EQ("connection lost", line.text);
+        EXPECT_EQ(row.type, line.type);
+        // The column counts from the previous event that printed it.
+        EXPECT_EQ(row.printCpuCycle ? 126000u : 1000u, log.lastCpuCycle_);
+    }
+}
+
+TEST_F(EventRoad, AllOutputsOffMeansCallbacksGetNothing) {
+    ReportCapture reports;
+    LineRecorder recorder;
+    QDLogOutputToDebuger(0);
+    QDLogEvent(0, "unseen");
+    QDLogEventW(0, u"unseen");
+    LogFormat(40, nullptr);  // not even looked at
+    EXPECT_TRUE(recorder.Lines().empty());
+    EXPECT_EQ(0, reports.Count());
+    QDLogOutputToDebuger(1);
+    QDLogEvent(0, "seen");
+    EXPECT_EQ(std::vector<std::string>{"seen"}, recorder.Texts());
+}
+
+TEST_F(EventRoad, BadEventsAreReportedAndDropped) {
+    ReportCapture reports;
+    LineRecorder recorder;
+    QDLogEvent(32, "x");
+    QDLogEvent(-1, "x");
+    LogFormat(0, nullptr);
+    QDLogEventW(32, u"x");
+    EXPECT_EQ(4, reports.Count("(fmt && 0<=type && type<32)"));
+    // An invalid wide format fails to measure.
+    QDLogEventW(0, u"%n", nullptr);
+    EXPECT_EQ(1, reports.Count("(0<=ret && ret<=fmtLen)"));
+    // The print refuses a bad type on its own.
+    PrintAt(40, "x", kSampleMSEL);
+    EXPECT_EQ(1, reports.Count("(0<=type && type<32)"));
+    EXPECT_TRUE(recorder.Lines().empty());
+    EXPECT_EQ(6, reports.Count());
+}
+
+TEST_F(EventRoad, OddAndHugeTextsGoOutUnharmed) {
+    ReportCapture reports;
+    LineRecorder recorder;
+    LogFormat(0, "[%s]", static_cast<const char*>(nullptr));
+    QDLogEvent(0, "%s", "\xFF\xC0 not UTF-8 \x80");
+    QDLogEventW(0, u"%s|%s",
+                u"a\xD800"
+                u"b",
+                u"\xDC00");
+    PrintAt(0, static_cast<const char*>(nullptr), kSampleMSEL);
+    const std::string huge(100 * 1024 * 1024, 'h');
+    QDLogEvent(0, "%s", huge.c_str());
+    std::vector<std::string> texts = recorder.Texts();
+    ASSERT_EQ(5u, texts.size());
+    EXPECT_TRUE(texts.back() == huge);  // one line, whole
+    texts.pop_back();
+    EXPECT_EQ((std::vector<std::string>{"[(null)]", "\xFF\xC0 not UTF-8 \x80",
+                                        "a\xEF\xBF\xBD"
+                                        "b|\xEF\xBF\xBD",
+                                        "(NULL)"}),
+              texts);
+    EXPECT_EQ(0, reports.Count());
+}
+
+TEST_F(EventRoad, WideEventsArriveAsUtf8WithByteLengths) {
+    LineRecorder recorder;
+    QDLogEventW(2, u"%s=%S %c%C %d", u"中文", "日本", u'字', 'x', 42);
+    ASSERT_EQ(1u, recorder.Lines().size());
+    const RecordedLine line = recorder.Lines()[0];
+    EXPECT_EQ("中文=日本 字x 42", line.text);
+    EXPECT_EQ(21u, line.text.size());
+    EXPECT_EQ("|错误:", line.head.substr(line.head.size() - 8));
+    EXPECT_TRUE(line.headTerminated);
+}
+
+// Both widths go the same road and must give the same bytes.
+template <class CHAR>
+class BothRoads : public LogTest {};
+typedef testing::Types<char, char16_t> Widths;
+TYPED_TEST_SUITE(BothRoads, Widths);
+
+TYPED_TEST(BothRoads, SplitAtLineFeedsOnly) {
+    const struct {
+        const char* text;
+        std::vector<std::string> lines;
+    } rows[] = {
+        {"a\n", {"a"}},
+        {"\n", {""}},
+        {"\n\n", {"", ""}},
+        {"a\r\nb", {"a\r", "b"}},
+        {"one\ntwo\nthree", {"one", "two", "three"}},
+    };
+    for (const auto& row : rows) {
+        LineRecorder recorder;
+        LogText(TypeParam(), 0, row.text);
+        EXPECT_EQ(row.lines, recorder.Texts()) << row.text;
+        for (const RecordedLine& line : recorder.Lines())
+            EXPECT_EQ(recorder.Lines()[0].head, line.head);  // one moment for all lines
+    }
+}
+
+TYPED_TEST(BothRoads, RawTypeHasNoHeadAndNoLineEnd) {
+    QDLogScreen(1);
+    LineRecorder recorder;
+    LogContext& log = GetLogContext();
+    QDLogSetPrintCpuCycle(1);
+    const uint64_t before = log.lastCpuCycle_;
+    const std::string shown = ScreenOf([] { LogText(TypeParam(), 31, "ab\ncd"); });
+    EXPECT_EQ("abcd", shown);
+    ASSERT_EQ(2u, recorder.Lines().size());
+    for (const RecordedLine& line : recorder.Lines()) {
+        EXPECT_EQ("", line.head);
+        EXPECT_TRUE(line.headTerminated);
+        EXPECT_EQ(31, line.type);
+    }
+    EXPECT_GT(log.lastCpuCycle_, before);  // the next column counts from here
+}
+
+TYPED_TEST(BothRoads, EmptyEventsChangeNothing) {
+    QDLogScreen(1);
+    LineRecorder recorder;
+    LogContext& log = GetLogContext();
+    log.lastEventMSEL_ = 12345;
+    const std::string shown = ScreenOf([] {
+        LogText(TypeParam(), 0, "");
+        LogText(TypeParam(), 31, "");
+    });
+    EXPECT_EQ("", shown);
+    EXPECT_TRUE(recorder.Lines().empty());
+    EXPECT_EQ(12345, log.lastEventMSEL_);
+}
+
+TYPED_TEST(BothRoads, ChangedTitleShowsFromTheNextEvent) {
+    LineRecorder recorder;
+    QDLogSetEventTitle(9, "磁盘");
+    LogText(TypeParam(), 9, "full");
+    QDLogSetEventTitle(9, "0009");
+    LogText(TypeParam(), 9, "full");
+    ASSERT_EQ(2u, recorder.Lines().size());
+    const std::string first = recorder.Lines()[0].head;
+    const std::string second = recorder.Lines()[1].head;
+    EXPECT_EQ("|磁盘:", first.substr(first.size() - 8));
+    EXPECT_EQ("|0009:", second.substr(second.size() - 6));
+}
+
+TYPED_TEST(BothRoads, DebuggerGetsTheHeadThenTheTextWithItsLineFeed) {
+    setenv("QDLOG_DEBUG_OUTPUT", "stderr", 1);
+    const std::string head = std::string(kSampleTime) + "|信息:";
+    testing::internal::CaptureStderr();
+    PrintAt(0, TextOf<TypeParam>("x\n\ny").c_str(), kSampleMSEL);
+    PrintAt(31, TextOf<TypeParam>("raw").c_str(), kSampleMSEL);
+    PrintAt(31, TextOf<TypeParam>("\n").c_str(), kSampleMSEL);  // an empty raw line: nothing at all
+    EXPECT_EQ(head + "x\n" + head + "\n" + head + "y\nraw", testing::internal::GetCapturedStderr());
+    QDLogOutputToDebuger(0);
+    testing::internal::CaptureStderr();
+    PrintAt(0, TextOf<TypeParam>("off").c_str(), kSampleMSEL);
+    EXPECT_EQ("", testing::internal::GetCapturedStderr());
+}
+
+}  // namespace

@@ -1,0 +1,208 @@
+// The frame: the singleton's defaults, the setters' clamps and gate, the titles,
+// the log directory and the module lookups.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <utility>
+
+#include "logdir.h"
+#include "log_test_support.h"
+#include "moduleinfo.h"
+#include "report_capture.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+TEST(LogContextDefaults, ConstructorLeavesTheDocumentedValues) {
+    LogContext fresh;
+    const int64_t rows[][2] = {
+        {fresh.canModifyConfig_, 1}, {fresh.firstReadConfig_, 1},   {fresh.logMask_, 0xFFFFFFFF},
+        {fresh.flushLines_, 50},     {fresh.switchBytes_, 0x80000}, {fresh.toScreen_, 1},
+        {fresh.toFile_, 1},          {fresh.toDebuger_, 1},         {fresh.printCpuCycle_, 0},
+        {fresh.printMSEL_, 1},       {fresh.holdSeconds_, 259200},  {fresh.reserveMBytes_, 512},
+        {fresh.reserveIsMemory_, 0}, {fresh.maxFileNum_, 0},        {fresh.titleSeparator_, ':'},
+        {fresh.lastEventMSEL_, 0}};
+    for (const auto& row : rows) EXPECT_EQ(row[1], row[0]) << &row - rows;
+    // The first configuration pass and the first run of each rule are due at once.
+    EXPECT_GE(GetTickCount() - fresh.lastReadConfigTick_, 500u);
+    EXPECT_GE(GetTickCount() - fresh.lastHoldCheckTick_, 120000u);
+    // Titles are the type's number, except six words.
+    const std::pair<int, const char*> titles[] = {{0, "信息"},  {1, "警告"}, {2, "错误"},
+                                                  {3, "调试"},  {4, "0004"}, {20, "内部"},
+                                                  {25, "事件"}, {31, "0031"}};
+    for (const auto& title : titles) EXPECT_STREQ(title.second, fresh.titles_[title.first]);
+}
+
+TEST(LogContextSingleton, EveryCallFindsTheSameObject) {
+    LogContext* first = &GetLogContext();
+    EXPECT_EQ(first, &GetLogContext());
+    EXPECT_EQ(&first->logMask_, GetQDLogMaskPtr());
+    EXPECT_EQ(1, first->logFileList_.initFinished);
+    EXPECT_EQ(0, first->firstReadConfig_);  // the builder ran the first pass
+}
+
+TEST(LogContextSingleton, EventsAfterTheEndAreReportedAndDropped) {
+    EXPECT_EXIT(
+        {
+            ReportCapture reports;
+            LineRecorder recorder;
+            QDLogOutputToDebuger(1);
+            DestroyLogContext();
+            QDLogEvent(0, "after the end");
+            const bool ok =
+                reports.CountMessage("Invalid mutex object!!!") == 1 && recorder.Lines().empty();
+            std::_Exit(ok ? 0 : 1);  // atexit would destroy the object a second time
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+class Setters : public LogTest {};
+
+TEST_F(Setters, ClampWhatTheyStore) {
+    QDLogSetFileSizeLimit(1);
+    EXPECT_EQ(16384, QDLogGetFileSizeLimit());
+    QDLogSetFileSizeLimit(0x7FFFFFFF);
+    EXPECT_EQ(0x800000, QDLogGetFileSizeLimit());
+
+    QDLogSetFlushLines(0);
+    EXPECT_EQ(1, QDLogGetFlushLines());
+    QDLogSetFlushLines(7);
+    EXPECT_EQ(7, QDLogGetFlushLines());
+
+    QDLogSetLife(400);
+    EXPECT_EQ(365, QDLogGetLife());
+    EXPECT_EQ(31536000, QDLogGetLife2());
+    QDLogSetLife(-3);
+    EXPECT_EQ(0, QDLogGetLife2());
+    QDLogSetLife2(90000);
+    EXPECT_EQ(1, QDLogGetLife());
+    QDLogSetLife2(-5);
+    EXPECT_EQ(0, QDLogGetLife2());
+
+    QDLogSetMaxFileNum(-4);  // stored as given
+    EXPECT_EQ(-4, QDLogGetMaxFileNum());
+}
+
+TEST_F(Setters, ReserveKeepsTheMemoryFigureAndRaisesTheDiskFigure) {
+    const struct {
+        int mbytes, isMemory, wantMBytes, wantMemory;
+    } rows[] = {{1, 0, 2, 0}, {1, 1, 1, 1}, {5, 7, 5, 1}, {-9, -1, 2, 0}, {0, 1, 0, 1}};
+    for (const auto& row : rows) {
+        QDLogSetReserve(row.mbytes, row.isMemory);
+        int isMemory = -1;
+        EXPECT_EQ(row.wantMBytes, QDLogGetReserve(&isMemory)) << row.mbytes << "," << row.isMemory;
+        EXPECT_EQ(row.wantMemory, isMemory);
+        EXPECT_EQ(row.wantMBytes, QDLogGetReserve(nullptr));
+    }
+}
+
+TEST_F(Setters, GatedOnesAreIgnoredWhileTheConfigurationRules) {
+    QDLogSetFlushLines(9);
+    GetLogContext().canModifyConfig_ = 0;
+    EXPECT_EQ(0, QDLogCanConfig());
+    QDLogSetFlushLines(7);
+    QDLogSetFileSizeLimit(20000);
+    QDLogScreen(1);
+    QDLogToFile(1);
+    QDLogOutputToDebuger(0);
+    QDLogSetLife(1);
+    QDLogSetReserve(3, 1);
+    QDLogSetMaxFileNum(5);
+    EXPECT_EQ(9, QDLogGetFlushLines());
+    EXPECT_NE(20000, QDLogGetFileSizeLimit());
+    EXPECT_EQ(0, QDLogGetScreen());
+    EXPECT_EQ(0, QDLogGetToFile());
+    int isMemory = -1;
+    QDLogGetReserve(&isMemory);
+    EXPECT_EQ(0, isMemory);
+    EXPECT_EQ(1, QDLogIsOutputDebuger());
+    EXPECT_NE(86400, QDLogGetLife2());
+    EXPECT_NE(5, QDLogGetMaxFileNum());
+    // Not gated: the columns and the titles.
+    QDLogSetPrintMSEL(0);
+    QDLogSetPrintCpuCycle(1);
+    EXPECT_EQ(0, QDLogIsPrintMSEL());
+    EXPECT_EQ(1, QDLogIsPrintCpuCycle());
+}
+
+TEST(EventTitles, OutOfRangeAndOverlongTitlesAreRefused) {
+    EXPECT_STREQ("", QDLogGetEventTitle(32));
+    EXPECT_STREQ("", QDLogGetEventTitle(-1));
+    QDLogSetEventTitle(3, std::string(32, 'x').c_str());
+    EXPECT_STREQ("调试", QDLogGetEventTitle(3));
+    QDLogSetEventTitle(32, "x");
+    QDLogSetEventTitle(-1, "x");
+    QDLogSetEventTitle(3, nullptr);
+    EXPECT_STREQ("调试", QDLogGetEventTitle(3));
+
+    const std::string longest(31, 'y');
+    QDLogSetEventTitle(3, longest.c_str());
+    EXPECT_EQ(longest, QDLogGetEventTitle(3));
+    QDLogSetEventTitle(3, "调试");
+}
+
+class LogDirectory : public testing::Test {
+protected:
+    void TearDown() override {
+        QDLogSetDir(nullptr);
+        fs::remove_all(made_);
+    }
+    std::string made_ = std::string(GetExeDir()) + "frame-test-logs";
+};
+
+TEST_F(LogDirectory, StartsBesideTheExecutableAndIsMadeWhereItIsSet) {
+    EXPECT_STREQ(GetExeDir(), QDLogGetDir());
+    EXPECT_EQ(1, QDLogSetDir("frame-test-logs/a"));  // relative: beside the executable
+    EXPECT_EQ(made_ + "/a", QDLogGetDir());
+    const std::string absolute = made_ + "\\b\\c";  // '\' separates in the library's grammar
+    EXPECT_EQ(1, QDLogSetDir(absolute.c_str()));
+    EXPECT_EQ(absolute, QDLogGetDir());
+    EXPECT_TRUE(fs::is_directory(made_ + "/a") && fs::is_directory(made_ + "/b/c"));
+    EXPECT_EQ(1, QDLogSetDir(""));
+    EXPECT_STREQ(GetExeDir(), QDLogGetDir());
+}
+
+TEST_F(LogDirectory, RefusedDirectoriesLeaveTheOldOne) {
+    ASSERT_EQ(1, QDLogSetDir(made_.c_str()));
+    std::ofstream(made_ + "/plain-file") << "x";
+    EXPECT_EQ(0, QDLogSetDir((made_ + "/plain-file/sub").c_str()));    // a file in the way
+    EXPECT_EQ(0, QDLogSetDir(("/" + std::string(600, 'd')).c_str()));  // 512 or more
+    EXPECT_EQ(0, QDLogSetDir(std::string(600, 'r').c_str()));          // too long composed
+    EXPECT_EQ(made_, QDLogGetDir());
+}
+
+TEST(JavaLaunchers, AreRecognisedWhateverTheCase) {
+    for (const char* name : {"java", "JAVAW.EXE", "javaws", "Java.exe", "javaws.exe"})
+        EXPECT_TRUE(IsJavaLauncherName(name)) << name;
+    for (const char* name : {"javac", "java.ex", "", "qdlog_tests", "xjava"})
+        EXPECT_FALSE(IsJavaLauncherName(name)) << name;
+    EXPECT_STREQ(GetExeDir(), GetExeDirA_());  // this program is no Java launcher
+}
+
+TEST(ModuleIdentity, TagInfoIsTheTrimmedTextMadeOnce) {
+    const char* info = GetModuleTagInfo();
+    EXPECT_STREQ("MIDKIT_2.0.0.SVN72918_release20161118#121200_NoTNoW_RealLogIni", info);
+    EXPECT_EQ(info, GetModuleTagInfo());
+}
+
+TEST(LoggerFlagName, IsTheElfHashOfTheDirectory) {
+    const struct {
+        const char* dir;
+        const char* name;
+    } rows[] = {{"", "00000000"},
+                {"abc", "00006783"},
+                {"/usr/lib/", "0A56198F"},
+                {"\xE4\xB8\xAD/", "0FF00D0F"},  // bytes above 0x7F count as negative
+                {"/home/user/app/bin/", "0E5F03DF"}};
+    for (const auto& row : rows) {
+        char name[16];
+        FormatLoggerFlagName(row.dir, name);
+        EXPECT_STREQ(row.name, name) << row.dir;
+    }
+}
+
+}  // namespace

@@ -1,0 +1,71 @@
+#include "log_test_support.h"
+
+#include <cstdlib>
+
+#include "qdr/platform/os.h"
+
+LineRecorder::LineRecorder() {
+    QDLogAddCallback(Record, this);
+}
+
+LineRecorder::~LineRecorder() {
+    QDLogRemoveCallback(this);
+}
+
+void LineRecorder::Record(void* userData, int type, const char* head, int headLen, const char* text,
+                          int textLen) {
+    LineRecorder* self = static_cast<LineRecorder*>(userData);
+    std::lock_guard<std::mutex> lock(self->mutex_);
+    self->lines_.push_back(RecordedLine{type, std::string(head, static_cast<size_t>(headLen)),
+                                        std::string(text, static_cast<size_t>(textLen)),
+                                        head[headLen] == 0});
+}
+
+std::vector<RecordedLine> LineRecorder::Lines() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return lines_;
+}
+
+std::vector<std::string> LineRecorder::Texts() const {
+    std::vector<std::string> texts;
+    for (const RecordedLine& line : Lines()) texts.push_back(line.text);
+    return texts;
+}
+
+void LogTest::SetUp() {
+    unsetenv("QDLOG_DEBUG_OUTPUT");
+    LogContext& log = GetLogContext();
+    log.canModifyConfig_ = 1;
+    QDLogScreen(0);
+    QDLogToFile(0);
+    QDLogOutputToDebuger(1);
+    QDLogSetPrintMSEL(1);
+    QDLogSetPrintCpuCycle(0);
+}
+
+void LogTest::TearDown() {
+    GetLogContext().canModifyConfig_ = 1;
+    QDLogToFile(0);
+}
+
+void LogText(char, int type, const std::string& text) {
+    QDLogEvent(type, "%s", text.c_str());
+}
+
+void LogText(char16_t, int type, const std::string& text) {
+    QDLogEventW(type, u"%s", Widen(text).c_str());
+}
+
+void LogFormat(int type, const char* fmt, ...) {
+    va_list args;
+    va_start(args, fmt);
+    QDLogEventX(type, fmt, args);
+    va_end(args);
+}
+
+std::u16string Widen(const std::string& utf8) {
+    const int n = os::Utf8ToUtf16(utf8.data(), static_cast<int>(utf8.size()), nullptr, 0);
+    std::u16string wide(static_cast<size_t>(n), u'\0');
+    if (n > 0) os::Utf8ToUtf16(utf8.data(), static_cast<int>(utf8.size()), &wide[0], n);
+    return wide;
+}

@@ -1,0 +1,84 @@
+// Helpers of the engine's tests: a callback that records lines, a fixture that
+// quiets the outputs, and the road driven at a fixed moment.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "eventroad.h"
+#include "qdlog.h"
+
+struct RecordedLine {
+    int type;
+    std::string head;
+    std::string text;
+    bool headTerminated;
+};
+
+// Registered with itself as the user data for its lifetime.
+class LineRecorder {
+public:
+    LineRecorder();
+    ~LineRecorder();
+    LineRecorder(const LineRecorder&) = delete;
+    LineRecorder& operator=(const LineRecorder&) = delete;
+
+    std::vector<RecordedLine> Lines() const;
+    std::vector<std::string> Texts() const;
+
+private:
+    static void Record(void* userData, int type, const char* head, int headLen, const char* text,
+                       int textLen);
+    mutable std::mutex mutex_;
+    std::vector<RecordedLine> lines_;
+};
+
+// Every test starts from the same switches: screen and file off, the debugger on
+// (it goes nowhere unless a tracer is attached), so that callbacks get lines and
+// nothing floods the test output. The other settings are the defaults.
+class LogTest : public testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+};
+
+// 2016-11-18 12:12:00.123 at UTC+8: the tests run with TZ=CST-8.
+constexpr MSEL kSampleMSEL = 1479442320123LL;
+constexpr char kSampleTime[] = "2016-11-18 12:12:00.123";
+
+// The second half of the road at a given moment, under lock_ as the road runs it.
+template <class CHAR>
+void PrintAt(int type, const CHAR* text, MSEL now, uint64_t cycle = 0) {
+    LogContext& log = GetLogContext();
+    LogLock lock(log);
+    PrintEventAt(log, type, text, EventMoment{now, GetTickCount(), cycle});
+}
+
+// Logs `text` (UTF-8) through the entry of the given width, as "%s".
+void LogText(char, int type, const std::string& text);
+void LogText(char16_t, int type, const std::string& text);
+// The narrow entry without the compiler's format checking, for bad formats.
+void LogFormat(int type, const char* fmt, ...);
+
+std::u16string Widen(const std::string& utf8);
+// A UTF-8 text in the given width.
+template <class CHAR>
+std::basic_string<CHAR> TextOf(const std::string& utf8);
+template <>
+inline std::string TextOf<char>(const std::string& utf8) {
+    return utf8;
+}
+template <>
+inline std::u16string TextOf<char16_t>(const std::string& utf8) {
+    return Widen(utf8);
+}
+// What standard output received while `run` ran.
+template <class Run>
+std::string ScreenOf(Run run) {
+    testing::internal::CaptureStdout();
+    run();
+    return testing::internal::GetCapturedStdout();
+}

@@ -1,0 +1,62 @@
+// Shows what libqdlog_9d.so does: threads logging every kind of event at once, a
+// wide event in Chinese, a multi-line event, a callback that counts lines, and a
+// log file in a directory beside this program. It ends by saying where all of it
+// went.
+#include <qdlog.h>
+
+#include <atomic>
+#include <cstdio>
+#include <thread>
+#include <vector>
+
+namespace {
+
+std::atomic<int> g_callbackLines{0};
+
+void CountLine(void* /*userData*/, int /*type*/, const char* /*head*/, int /*headLen*/,
+               const char* /*text*/, int /*textLen*/) {
+    g_callbackLines.fetch_add(1, std::memory_order_relaxed);
+}
+
+void LogEveryKind(int thread) {
+    QDLOG_INFO("thread %d: information", thread);
+    QDLOG_WARNING("thread %d: a warning", thread);
+    QDLOG_ERROR("thread %d: an error, code %d", thread, 42);
+    QDLOG_DEBUG("thread %d: debugging detail %.3f", thread, thread * 1.25);
+    QDLOG_DEVELOP("thread %d: internal state %#x", thread, 0xBEEF);
+    QDLogEvent(QDLOG_TYPE_EVENT, "thread %d: an event of type 25", thread);
+    QDLogEvent(7, "thread %d: type 7 has no title word", thread);
+}
+
+}  // namespace
+
+int main() {
+    // Relative: made beside this program.
+    if (!QDLogSetDir("demo-logs/")) std::printf("could not make the log directory\n");
+    QDLogSetFlushLines(1);
+    QDLogAddCallback(CountLine, &g_callbackLines);
+
+    std::vector<std::thread> threads;
+    for (int t = 1; t <= 4; ++t) threads.emplace_back(LogEveryKind, t);
+    for (std::thread& t : threads) t.join();
+
+    QDLOG_INFO_W(u"宽字符事件: %s, 数字 %d, 窄文本 %S", u"中文日志", 2016, "narrow");
+    QDLOG_WARNING("a multi-line event:\n  first detail\n  second detail");
+    // Type 31 has no head and no line end: the next line follows on the same line.
+    QDLogEvent(QDLOG_TYPE_RAW, "[raw text of type 31] ");
+    QDLogSetPrintCpuCycle(1);
+    QDLOG_INFO("with the CPU-ticks column");
+    QDLOG_INFO("and again, a little later");
+    QDLogSetPrintCpuCycle(0);
+
+    std::printf("\n--- where the output went ---\n");
+    std::printf("screen:    the lines above (standard output)\n");
+    std::printf("file:      %s\n", QDLogGetFileName());
+    std::printf("directory: %s\n", QDLogGetDir());
+    std::printf("debugger:  QDLOG_DEBUG_OUTPUT=stderr or =syslog shows it (here: %s)\n",
+                QDLogIsOutputDebuger() ? "on" : "off");
+    std::printf("callback:  counted %d lines\n", g_callbackLines.load());
+    std::printf("build tag: %s\n", GetModuleTagInfo());
+    QDLogRemoveCallback(&g_callbackLines);
+    return 0;
+}
