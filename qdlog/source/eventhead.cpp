@@ -4,17 +4,6 @@
 #include <cstdio>
 #include <cstring>
 
-// Stands in for the toolkit's time text (FormatSystemTime with the separators '-',
-// ':' and '.'), which is to replace it; the formats are the ones it will use.
-int FormatEventTime(const SYSTEMTIME& st, bool withMilliseconds, char (&out)[kEventTimeChars]) {
-    if (withMilliseconds)
-        return snprintf(out, sizeof(out), "%04d%c%02d%c%02d %02d%c%02d%c%02d%c%03d", st.wYear, '-',
-                        st.wMonth, '-', st.wDay, st.wHour, ':', st.wMinute, ':', st.wSecond, '.',
-                        st.wMilliseconds);
-    return snprintf(out, sizeof(out), "%04d%c%02d%c%02d %02d%c%02d%c%02d", st.wYear, '-', st.wMonth,
-                    '-', st.wDay, st.wHour, ':', st.wMinute, ':', st.wSecond);
-}
-
 int FormatCpuTicks(int64_t difference, char (&out)[kCpuTicksChars]) {
     const int length = snprintf(out, sizeof(out), "|CPU-ticks %012.3f万",
                                 static_cast<double>(difference) / 10000.0);

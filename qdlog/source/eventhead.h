@@ -9,12 +9,7 @@
 #include "qdr/qdmsel.h"
 
 constexpr int kEventHeadChars = 256;
-constexpr int kEventTimeChars = 48;
 constexpr int kCpuTicksChars = 64;
-
-// The time column, local time: "2016-11-18 12:12:00.123", or without ".123" when
-// withMilliseconds is false. Returns its length.
-int FormatEventTime(const SYSTEMTIME& st, bool withMilliseconds, char (&out)[kEventTimeChars]);
 
 // The cycle column for a counter difference, in ten thousands ("万"), with the
 // zeros in front of the number blanked so that the column keeps its width:

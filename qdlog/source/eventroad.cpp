@@ -8,6 +8,7 @@
 #include "eventhead.h"
 #include "logfilelist.h"
 #include "qdr/platform/os.h"
+#include "qdtime.h"
 #include "smartbuf.h"
 #include "wideformat.h"
 
@@ -155,8 +156,8 @@ void PrintEventAt(LogContext& log, int type, const CHAR* text, const EventMoment
     const SYSTEMTIME st = GetSystemTimeOfMSEL(moment.now, true);
     CleanLogFiles(log, moment.now, moment.tick);
 
-    char time[kEventTimeChars];
-    FormatEventTime(st, log.printMSEL_ != 0, time);
+    char time[kSystemTimeTextSize];
+    FormatSystemTime(time, st, log.printMSEL_ != 0, '-', ':', '.');
     char cycles[kCpuTicksChars] = "";
     if (log.printCpuCycle_) {
         FormatCpuTicks(static_cast<int64_t>(moment.cycle - log.lastCpuCycle_), cycles);

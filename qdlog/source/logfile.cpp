@@ -5,6 +5,7 @@
 
 #include "logcontext.h"
 #include "qdr/platform/os.h"
+#include "qdtime.h"
 
 bool LogFile::Open(const char* path, const char* mode) {
     fp_ = os::OpenFile(path, mode);
@@ -23,13 +24,14 @@ void LogFile::Close() {
     fp_ = nullptr;
 }
 
-// The 14 digits stand in for the toolkit's MSELToDateText (local time, no
-// milliseconds, no separator), which is to replace them.
+// "log" + the 14 digits of the local time + ".log"; no name for a time that has no
+// date text.
 bool ComposeLogFileName(const char* dir, MSEL now, char (&path)[kLogPathChars]) {
-    const SYSTEMTIME st = GetSystemTimeOfMSEL(now, true);
     char digits[32];
-    snprintf(digits, sizeof(digits), "%04d%02d%02d%s%02d%02d%02d", st.wYear, st.wMonth, st.wDay, "",
-             st.wHour, st.wMinute, st.wSecond);
+    if (!MSELToDateText(now, digits, false, false, 0, true)) {
+        path[0] = 0;
+        return false;
+    }
     const size_t dirLen = strlen(dir);
     const bool endsInSeparator = dirLen > 0 && (dir[dirLen - 1] == '\\' || dir[dirLen - 1] == '/');
     const int n =

@@ -5,7 +5,7 @@
 
 #include "eventroad.h"
 #include "qdr/platform/os.h"
-#include "smartbuf.h"
+#include "smartstr.h"
 
 namespace {
 
@@ -30,22 +30,12 @@ private:
 template <>
 class NarrowText<char16_t> {
 public:
-    NarrowText(const char16_t* text, int length)
-        : length_(os::Utf16ToUtf8(text, length, nullptr, 0)), buf_(length_ + 1) {
-        // Without room for the conversion the line goes out empty.
-        if (!buf_.Get()) {
-            length_ = 0;
-            return;
-        }
-        if (length_ > 0) os::Utf16ToUtf8(text, length, buf_.Get(), length_);
-        buf_.Get()[length_] = 0;
-    }
-    const char* Text() const { return buf_.Get() ? buf_.Get() : ""; }
-    int Length() const { return length_; }
+    NarrowText(const char16_t* text, int length) : text_(text, length) {}
+    const char* Text() const { return text_.c_str(); }
+    int Length() const { return text_.Length(); }
 
 private:
-    int length_;
-    SmartBuf<char, 256> buf_;
+    SmartStr text_;
 };
 
 void OutputDebugStringA(const char* text) {

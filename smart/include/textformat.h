@@ -3,14 +3,16 @@
 // produce, Print writes at most `capacity` units including the terminator; both
 // return a negative value when the format cannot be produced.
 //
-// Only the narrow form is here. The wide form follows the Windows wide printf rules
-// and comes with the library's own wide formatter (wideformat.h), which provides
-// TextFormat<char16_t>; until then a wide Format does not compile.
+// The narrow form is the C library's; the wide form follows the Windows wide printf
+// rules through the library's own formatter (wideformat.h).
 #pragma once
 
+#include <climits>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdio>
+
+#include "wideformat.h"
 
 template <class CHAR>
 struct TextFormat;
@@ -20,5 +22,16 @@ struct TextFormat<char> {
     static int Count(const char* fmt, va_list args) { return vsnprintf(nullptr, 0, fmt, args); }
     static int Print(char* buffer, size_t capacity, const char* fmt, va_list args) {
         return vsnprintf(buffer, capacity, fmt, args);
+    }
+};
+
+template <>
+struct TextFormat<char16_t> {
+    static int Count(const char16_t* fmt, va_list args) {
+        return FormatWideV(nullptr, 0, fmt, args);
+    }
+    static int Print(char16_t* buffer, size_t capacity, const char16_t* fmt, va_list args) {
+        return FormatWideV(buffer, capacity > INT_MAX ? INT_MAX : static_cast<int>(capacity), fmt,
+                           args);
     }
 };

@@ -7,7 +7,6 @@
 //   FormatWide(buf, 32, u"%s=%S %5.1f", u"中", "b", 2.25) -> u"中=b   2.2", 10
 #pragma once
 
-#include <climits>
 #include <cstdarg>
 #include <cstddef>
 
@@ -22,20 +21,3 @@
 // A narrow character above 0x7F is no UTF-8 text on its own and prints U+FFFD.
 int FormatWideV(char16_t* out, int capacity, const char16_t* fmt, va_list args);
 int FormatWide(char16_t* out, int capacity, const char16_t* fmt, ...);
-
-// The wide member of the text classes' formatting family (textformat.h): Count
-// measures, Print writes at most `capacity` units with the terminator; both are
-// negative when the text cannot be produced.
-template <class CHAR>
-struct TextFormat;
-
-template <>
-struct TextFormat<char16_t> {
-    static int Count(const char16_t* fmt, va_list args) {
-        return FormatWideV(nullptr, 0, fmt, args);
-    }
-    static int Print(char16_t* buffer, size_t capacity, const char16_t* fmt, va_list args) {
-        return FormatWideV(buffer, capacity > INT_MAX ? INT_MAX : static_cast<int>(capacity), fmt,
-                           args);
-    }
-};

@@ -125,6 +125,14 @@ TEST(SmartStr, FormatStaysBuiltInUpTo255Units) {
     s.Format("%d", 7);
     EXPECT_TRUE(s.IsBuiltIn());
     EXPECT_STREQ("7", s.c_str());
+
+    // The wide form follows the Windows wide rules: %s is wide, %S narrow.
+    SmartStrW w;
+    w.Format(u"%s|%S|%d", u"中文", "ab", 5);
+    EXPECT_EQ(std::u16string(u"中文|ab|5"), std::u16string(w.c_str()));
+    MiniStrW m;
+    m.Format(u"%04d", 42);
+    EXPECT_EQ(std::u16string(u"0042"), std::u16string(m.c_str()));
 }
 
 // Conversions between the widths, both directions in one table: 255 units stay in

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 
+#include "textformat.h"
 #include "wideformat.h"
 
 namespace {
