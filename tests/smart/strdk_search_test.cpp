@@ -72,6 +72,8 @@ TYPED_TEST(Search, FindStrIndexCases) {
 TYPED_TEST(Search, CountedLengthsBoundTheSearch) {
     const auto src = Txt<TypeParam>("abcabc");
     EXPECT_EQ(-1, FindStrIndex(src.c_str(), Txt<TypeParam>("ca").c_str(), 3));
+    EXPECT_EQ(-1, FindStrIndex(src.c_str(), Txt<TypeParam>("c").c_str(), 2));
+    EXPECT_EQ(-1, FindStrIndex(src.c_str() + 1, Txt<TypeParam>("a").c_str(), 2, -1, msf_reverse));
     EXPECT_EQ(1, FindStrIndex(src.c_str(), Txt<TypeParam>("bcX").c_str(), 6, 2));
 }
 
