@@ -139,6 +139,11 @@ int BuildNextTable(int* vec, const TCHAR* findStr, int findLen, int flags = 0);
 // built on the stack, a longer one on the heap.
 //   "aab" in "aaab" -> 1;  msf_reverse "ab" in "abxab" -> 3
 //   msf_whole_word "log" in "logfile log" -> 8;  msf_wildcards "a?c" in "xabc" -> 1
+// The table counts a wildcard of the find text equal to any unit of it, so after a
+// failed partial match the scan may go on from a prefix that the text never matched:
+// with msf_wildcards a reported index need not be a match, and an earlier match may
+// be missed. msf_wildcards "a?#" in "xab)5c" -> 2 ("b)5"). Without wildcards the
+// result is exact.
 template <class TCHAR>
 int FindStrIndex(const TCHAR* srcStr, const SameUnit<TCHAR>* findStr, int srcLen = -1,
                  int findLen = -1, int flags = 0, int* line = nullptr, const int* vec = nullptr);

@@ -54,6 +54,9 @@ const FindCase kFindCases[] = {
     {"a5c", "a#c", 0, -1},
     {"xa?c", "a?c", 0, 1},
     {"ab12cd", "##", msf_wildcards | msf_reverse, 2},
+    // The table takes the find text's `?` for an 'a', so after "ab)" the scan goes on
+    // as if "b" had matched the leading "a", and reports "b)5".
+    {"xab)5c", "a?#", msf_wildcards, 2},
     {"abc", "?", msf_wildcards | msf_reverse, 2},
 };
 
