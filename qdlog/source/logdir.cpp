@@ -6,7 +6,7 @@
 
 #include "logfile.h"
 #include "moduleinfo.h"
-#include "qdr/platform/os.h"
+#include "qdfdk.h"
 #include "qdr/qdatomic.h"
 
 namespace {
@@ -24,26 +24,6 @@ bool EqualIgnoringCase(const char* a, size_t aLen, const char* b) {
         if (x != y) return false;
     }
     return true;
-}
-
-// Stands in for IsValidAbsPath of the path routines: a drive with its separator,
-// or a leading separator, which is this platform's root.
-//   "/var/log" -> true;  "\logs" -> true;  "C:\logs" -> true;  "logs" -> false
-bool IsAbsoluteDir(const char* dir) {
-    if (dir[0] == '\\' || dir[0] == '/') return true;
-    const bool letter = (dir[0] >= 'A' && dir[0] <= 'Z') || (dir[0] >= 'a' && dir[0] <= 'z');
-    return letter && dir[1] == ':' && (dir[2] == '\\' || dir[2] == '/');
-}
-
-// Stands in for ComposeFileName: `base`, a '\' unless it ends in a separator, and
-// `name`; "" when the result would not fit.
-//   "/opt/app/", "logs" -> "/opt/app/logs";  "/home/x", "logs" -> "/home/x\logs"
-void ComposeDir(const char* base, const char* name, char (&out)[kLogPathChars]) {
-    const size_t baseLen = strlen(base);
-    const bool endsInSeparator =
-        baseLen > 0 && (base[baseLen - 1] == '\\' || base[baseLen - 1] == '/');
-    const int n = snprintf(out, sizeof(out), "%s%s%s", base, endsInSeparator ? "" : "\\", name);
-    if (n < 0 || n >= static_cast<int>(sizeof(out))) out[0] = 0;
 }
 
 LazyGlobal<char> g_logDirSlot;
@@ -74,7 +54,7 @@ const char* GetExeDirA_() {
     if (IsJavaLauncherName(GetExeName())) {
         // A Java launcher's own directory says nothing about the application.
         static char current[kLogPathChars];
-        if (os::CurrentDirectory(current, kLogPathChars) == 0) current[0] = 0;
+        if (!GetCurrentDir(current)) current[0] = 0;
         return current;
     }
     return GetExeDir();
@@ -93,13 +73,14 @@ int SetLogDirectory(const char* dir) {
         snprintf(stored, kLogPathChars, "%s", GetExeDirA_());
         return 1;
     }
+    // A relative directory lies beside the executable; one that cannot be composed
+    // is the empty text, which CreateDirTree refuses.
     char path[kLogPathChars] = "";
-    if (!IsAbsoluteDir(dir))
-        ComposeDir(GetExeDirA_(), dir, path);
+    if (!IsValidAbsPath(dir))
+        ComposeFileName(GetExeDirA_(), dir, path);
     else if (strlen(dir) < sizeof(path))
-        snprintf(path, sizeof(path), "%s", dir);
-    // Stands in for CreateDirTree of the path routines; "" and long paths fail.
-    if (!os::MakeDirectoryTree(path)) return 0;
+        strcpy(path, dir);
+    if (!CreateDirTree(path)) return 0;
     snprintf(stored, kLogPathChars, "%s", path);
     return 1;
 }

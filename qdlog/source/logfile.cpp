@@ -4,7 +4,8 @@
 #include <cstring>
 
 #include "logcontext.h"
-#include "qdr/platform/os.h"
+#include "qdfdk.h"
+#include "qdr/platform/os_files.h"
 #include "qdtime.h"
 
 bool LogFile::Open(const char* path, const char* mode) {
@@ -62,7 +63,7 @@ void CheckLogFile(LogContext& log, MSEL now) {
     if (!ComposeLogFileName(QDLogGetDir(), now, path)) return;
     // A name that exists already (another process, a clock set back) is appended
     // to, never truncated. A failed open is tried again a second later.
-    if (!os::PathExists(path))
+    if (!IsExistFile(path))
         file.Open(path, "wb");
     else if (file.Open(path, "rb+"))
         fseek(file.fp_, 0, SEEK_END);
