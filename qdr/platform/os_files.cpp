@@ -440,8 +440,10 @@ FILE* OpenAppendingStream(const char* path, const char* mode) {
         flags = O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC;
         streamMode = "ab";
     } else if (!strcmp(mode, "rb+")) {
+        // The stream only writes: one that may read keeps part of its buffer for
+        // reading after a seek, and would then hand out a line in two pieces.
         flags = O_RDWR | O_APPEND | O_CLOEXEC;
-        streamMode = "a+b";
+        streamMode = "ab";
     } else {
         errno = EINVAL;
         return nullptr;

@@ -110,7 +110,8 @@ FILE* OpenFile(const char* path, const char* mode);
 // The stream of a log file: every write on it is an append (O_APPEND), so writers
 // in several processes never overwrite one another. "wb" creates the file but,
 // unlike fopen, does not cut a file that another process created since the caller
-// looked; "rb+" opens an existing one. Other modes are refused.
+// looked; "rb+" opens an existing one. Either stream only writes, so its whole
+// buffer is free after each flush. Other modes are refused.
 FILE* OpenAppendingStream(const char* path, const char* mode);
 // The size of the file under a stream, as the system has it: bytes still in the
 // stream's buffer do not count. -1 on failure.
