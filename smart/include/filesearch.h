@@ -12,8 +12,10 @@
 // (`\` separators). Entries come in the order of the system; nothing is sorted.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
+#include "cpp_templ0.h"
 #include "qdfdk.h"
 #include "qdr/platform/os_files.h"
 
@@ -89,13 +91,6 @@ bool SearchFiles(const char* beginPaths, const char* patterns, int depth, FileFo
                  const char* excludeDirNames = nullptr, const char* excludeFileNames = nullptr,
                  const char* excludePaths = nullptr, FileVisitCallback visitCb = nullptr,
                  void* visitCbParam = nullptr);
-// The same with a flag: recursive means a depth of 10000, else 0.
-bool SearchFilesEx(const char* beginPaths, const char* patterns, bool recursive,
-                   FileFoundCallback fileCb, void* fileCbParam, uint32_t excludeAttrs = 0,
-                   const char* excludeDirNames = nullptr, const char* excludeFileNames = nullptr,
-                   const char* excludePaths = nullptr, FileVisitCallback visitCb = nullptr,
-                   void* visitCbParam = nullptr);
-
 // The wide entries: every text is converted to UTF-8 for the walk, and each path
 // back to UTF-16 for the callbacks.
 bool SearchFiles(const char16_t* beginPaths, const char16_t* patterns, int depth,
@@ -103,12 +98,19 @@ bool SearchFiles(const char16_t* beginPaths, const char16_t* patterns, int depth
                  const char16_t* excludeDirNames = nullptr,
                  const char16_t* excludeFileNames = nullptr, const char16_t* excludePaths = nullptr,
                  FileVisitCallbackW visitCb = nullptr, void* visitCbParam = nullptr);
-bool SearchFilesEx(const char16_t* beginPaths, const char16_t* patterns, bool recursive,
-                   FileFoundCallbackW fileCb, void* fileCbParam, uint32_t excludeAttrs = 0,
-                   const char16_t* excludeDirNames = nullptr,
-                   const char16_t* excludeFileNames = nullptr,
-                   const char16_t* excludePaths = nullptr, FileVisitCallbackW visitCb = nullptr,
-                   void* visitCbParam = nullptr);
+
+// Either width, with a flag: recursive means a depth of 10000, else 0.
+template <class CHAR, class FOUND, class VISIT = std::nullptr_t>
+inline bool SearchFilesEx(const CHAR* beginPaths, const NonDeduced<CHAR>* patterns, bool recursive,
+                          FOUND fileCb, void* fileCbParam, uint32_t excludeAttrs = 0,
+                          const NonDeduced<CHAR>* excludeDirNames = nullptr,
+                          const NonDeduced<CHAR>* excludeFileNames = nullptr,
+                          const NonDeduced<CHAR>* excludePaths = nullptr, VISIT visitCb = nullptr,
+                          void* visitCbParam = nullptr) {
+    return SearchFiles(beginPaths, patterns, recursive ? 10000 : 0, fileCb, fileCbParam,
+                       excludeAttrs, excludeDirNames, excludeFileNames, excludePaths, visitCb,
+                       visitCbParam);
+}
 
 // ---- tree-wide text tools -------------------------------------------------------
 

@@ -230,15 +230,6 @@ bool SearchFiles(const char* beginPaths, const char* patterns, int depth, FileFo
     return true;
 }
 
-bool SearchFilesEx(const char* beginPaths, const char* patterns, bool recursive,
-                   FileFoundCallback fileCb, void* fileCbParam, uint32_t excludeAttrs,
-                   const char* excludeDirNames, const char* excludeFileNames,
-                   const char* excludePaths, FileVisitCallback visitCb, void* visitCbParam) {
-    return SearchFiles(beginPaths, patterns, recursive ? 10000 : 0, fileCb, fileCbParam,
-                       excludeAttrs, excludeDirNames, excludeFileNames, excludePaths, visitCb,
-                       visitCbParam);
-}
-
 // ---- the wide entry ----------------------------------------------------------------
 
 namespace {
@@ -274,13 +265,4 @@ bool SearchFiles(const char16_t* beginPaths, const char16_t* patterns, int depth
     return SearchFiles(begin.c_str(), pats.c_str(), depth, fileCb ? WideFileFound : nullptr,
                        &callbacks, excludeAttrs, dirs.c_str(), files.c_str(), paths.c_str(),
                        visitCb ? WideVisit : nullptr, &callbacks);
-}
-
-bool SearchFilesEx(const char16_t* beginPaths, const char16_t* patterns, bool recursive,
-                   FileFoundCallbackW fileCb, void* fileCbParam, uint32_t excludeAttrs,
-                   const char16_t* excludeDirNames, const char16_t* excludeFileNames,
-                   const char16_t* excludePaths, FileVisitCallbackW visitCb, void* visitCbParam) {
-    return SearchFiles(beginPaths, patterns, recursive ? 10000 : 0, fileCb, fileCbParam,
-                       excludeAttrs, excludeDirNames, excludeFileNames, excludePaths, visitCb,
-                       visitCbParam);
 }

@@ -196,14 +196,8 @@ bool SetFileModifyTime(const CHAR* name, int64_t msel) {
 template <class CHAR>
 bool CreateDirTree(const CHAR* path, int len) {
     if (!AfxIsValidString(path)) return false;
-    if (len < 0) len = TextLength(path);
-    if (len == 0) return false;
-    PtrStrT<CHAR> trimmed(path, len);
-    trimmed.Trim(QD_UNIT_TEXT(CHAR, " \r\n\t"));
-    if (trimmed.len >= kMaxPathChars) {
-        QDR_CHECK(false);
-        return false;
-    }
+    PtrStrT<CHAR> trimmed;
+    if (!TrimPathText(path, len, &trimmed)) return false;
     CHAR p[kMaxPathChars];
     int n = trimmed.len;
     if (n > 0) CopyUnits(p, trimmed.p, n);

@@ -80,6 +80,22 @@ inline void CopyUnits(CHAR* dest, const CHAR* src, int len) {
     dest[len] = 0;
 }
 
+// A path without the blanks around it (" \r\n\t"), for the routines that measure:
+// false when nothing is given, and reported "(false)" when the text is too long
+// for a path buffer.
+template <class CHAR>
+inline bool TrimPathText(const CHAR* path, int len, PtrStrT<CHAR>* trimmed) {
+    if (len < 0) len = TextLength(path);
+    if (len == 0) return false;
+    *trimmed = PtrStrT<CHAR>(path, len);
+    trimmed->Trim(QD_UNIT_TEXT(CHAR, " \r\n\t"));
+    if (trimmed->len >= kMaxPathChars) {
+        QDR_CHECK(false);
+        return false;
+    }
+    return true;
+}
+
 // The instantiations of a routine for both units.
 #define QD_FOR_BOTH_UNITS(MACRO) \
     MACRO(char)                  \

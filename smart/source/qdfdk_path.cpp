@@ -243,14 +243,8 @@ template <class CHAR>
 bool GetRoot(const CHAR* path, CHAR* root, bool* isNetwork, int len) {
     if (isNetwork) *isNetwork = false;
     if (!AfxIsValidString(path) || !root) return false;
-    if (len < 0) len = TextLength(path);
-    if (len == 0) return false;
-    PtrStrT<CHAR> trimmed(path, len);
-    trimmed.Trim(QD_UNIT_TEXT(CHAR, " \r\n\t"));
-    if (trimmed.len >= kMaxPathChars) {
-        QDR_CHECK(false);
-        return false;
-    }
+    PtrStrT<CHAR> trimmed;
+    if (!TrimPathText(path, len, &trimmed)) return false;
     CHAR p[kMaxPathChars + 2];
     CopyUnits(p, trimmed.p ? trimmed.p : path, trimmed.len);
     NormalizePath(p);

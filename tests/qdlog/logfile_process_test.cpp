@@ -16,12 +16,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string Contents(const fs::path& path) {
-    std::stringstream all;
-    all << std::ifstream(path, std::ios::binary).rdbuf();
-    return all.str();
-}
-
 std::vector<std::string> Helper(const std::vector<std::string>& args) {
     std::vector<std::string> argv{LOGFILE_HELPER};
     argv.insert(argv.end(), args.begin(), args.end());
@@ -74,6 +68,15 @@ void ExpectEveryLineOnce(const std::vector<std::string>& texts,
     }
 }
 
+// Lets both children of the "lines" tests end, then reads what they wrote.
+void ExpectBothWroteEveryLine(ChildProcess& a, ChildProcess& b, const ScratchDir& dir) {
+    a.ReadAll();
+    b.ReadAll();
+    ASSERT_EQ(0, a.Wait());
+    ASSERT_EQ(0, b.Wait());
+    ExpectEveryLineOnce(TextsOfAllFiles(dir.Path()), {"A", "B"}, 100000);
+}
+
 // Started together, both open a file of the same second: one makes it, the other
 // appends to it (or both make it at once: neither cuts it). With 1000 lines between
 // flushes the stream's buffer fills many times between them.
@@ -87,11 +90,7 @@ TEST(LogFileProcesses, TwoStartingTogetherLoseAndTearNoLine) {
     ASSERT_TRUE(a.ReadLine(&firstOfA));
     ASSERT_TRUE(b.ReadLine(&firstOfB));
     EXPECT_EQ(firstOfA, firstOfB);  // one file for both
-    a.ReadAll();
-    b.ReadAll();
-    ASSERT_EQ(0, a.Wait());
-    ASSERT_EQ(0, b.Wait());
-    ExpectEveryLineOnce(TextsOfAllFiles(dir.Path()), {"A", "B"}, 100000);
+    ExpectBothWroteEveryLine(a, b, dir);
 }
 
 // The second goes on with the first one's open file: the newest in the directory,
@@ -105,11 +104,7 @@ TEST(LogFileProcesses, ASecondProcessContinuesTheFirstOnesOpenFile) {
     ChildProcess b(Helper({"lines", dir.Text(), "B", "100000", "0", "0", limit, "50"}));
     ASSERT_TRUE(b.ReadLine(&firstOfB));
     EXPECT_EQ(firstOfA, firstOfB);
-    a.ReadAll();
-    b.ReadAll();
-    ASSERT_EQ(0, a.Wait());
-    ASSERT_EQ(0, b.Wait());
-    ExpectEveryLineOnce(TextsOfAllFiles(dir.Path()), {"A", "B"}, 100000);
+    ExpectBothWroteEveryLine(a, b, dir);
 }
 
 TEST(LogFileProcesses, AKilledProcessLosesFewerThanFlushLines) {

@@ -18,16 +18,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string Contents(const std::string& path) {
-    std::stringstream all;
-    all << std::ifstream(path, std::ios::binary).rdbuf();
-    return all.str();
-}
-
-void Write(const std::string& path, const std::string& data) {
-    std::ofstream(path, std::ios::binary) << data;
-}
-
 // What a reader sees of the file: whole lines, and whether the last one is cut.
 int WholeLines(const std::string& bytes, bool* cut = nullptr) {
     int lines = 0;

@@ -19,16 +19,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string Contents(const fs::path& path) {
-    std::stringstream all;
-    all << std::ifstream(path, std::ios::binary).rdbuf();
-    return all.str();
-}
-
-void Write(const fs::path& path, const std::string& data) {
-    std::ofstream(path, std::ios::binary) << data;
-}
-
 // The library's normal form of a system path.
 std::string Normal(std::string path) {
     std::replace(path.begin(), path.end(), '/', '\\');

@@ -27,16 +27,6 @@ std::basic_string<C> U(const std::string& utf8) {
     return text.c_str();
 }
 
-std::string Contents(const std::string& path) {
-    std::stringstream all;
-    all << std::ifstream(path, std::ios::binary).rdbuf();
-    return all.str();
-}
-
-void Write(const std::string& path, const std::string& data) {
-    std::ofstream(path, std::ios::binary) << data;
-}
-
 template <class CHAR>
 class FileKit : public ::testing::Test {
 protected:

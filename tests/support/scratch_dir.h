@@ -1,9 +1,12 @@
 // A directory of its own for one test, under the system's temporary directory,
-// removed with everything in it when the test ends.
+// removed with everything in it when the test ends; and the whole of a file as
+// text, read and written.
 #pragma once
 
 #include <atomic>
 #include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <string>
 
 #include "qdr/platform/os.h"
@@ -35,3 +38,13 @@ public:
 private:
     std::filesystem::path path_;
 };
+
+inline std::string Contents(const std::filesystem::path& path) {
+    std::stringstream all;
+    all << std::ifstream(path, std::ios::binary).rdbuf();
+    return all.str();
+}
+
+inline void Write(const std::filesystem::path& path, const std::string& data) {
+    std::ofstream(path, std::ios::binary) << data;
+}
