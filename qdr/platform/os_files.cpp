@@ -406,12 +406,6 @@ bool CloseFileHandle(intptr_t handle) {
     return handle >= 0 && close(static_cast<int>(handle)) == 0;
 }
 
-int64_t FileHandleSize(intptr_t handle) {
-    struct stat st;
-    if (handle < 0 || fstat(static_cast<int>(handle), &st) != 0) return -1;
-    return static_cast<int64_t>(st.st_size);
-}
-
 bool SetFileHandleLength(intptr_t handle, int64_t length) {
     return handle >= 0 && length >= 0 &&
            ftruncate(static_cast<int>(handle), static_cast<off_t>(length)) == 0;

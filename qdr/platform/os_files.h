@@ -99,7 +99,6 @@ constexpr intptr_t kInvalidHandle = -1;
 // failure. The platform's share modes have no counterpart here and are not taken.
 intptr_t OpenFileHandle(const char* path, uint32_t access, uint32_t disposition);
 bool CloseFileHandle(intptr_t handle);
-int64_t FileHandleSize(intptr_t handle);
 // Sets the file's end at `length`, growing it with zeros or cutting it.
 bool SetFileHandleLength(intptr_t handle, int64_t length);
 
