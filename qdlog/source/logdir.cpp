@@ -8,23 +8,9 @@
 #include "moduleinfo.h"
 #include "qdfdk.h"
 #include "qdr/qdatomic.h"
+#include "strdk_match.h"
 
 namespace {
-
-// Stands in for the matcher's MatchingFileNames over this list (one token, file
-// name rules, case ignored), which is to replace it.
-const char kJavaLaunchers[] = "java.exe;javaw.exe;javaws.exe;java;javaws;";
-
-bool EqualIgnoringCase(const char* a, size_t aLen, const char* b) {
-    if (strlen(b) != aLen) return false;
-    for (size_t i = 0; i < aLen; ++i) {
-        char x = a[i], y = b[i];
-        if (x >= 'A' && x <= 'Z') x = static_cast<char>(x - 'A' + 'a');
-        if (y >= 'A' && y <= 'Z') y = static_cast<char>(y - 'A' + 'a');
-        if (x != y) return false;
-    }
-    return true;
-}
 
 LazyGlobal<char> g_logDirSlot;
 char g_logDir[kLogPathChars];
@@ -38,20 +24,8 @@ char* LogDirBuffer() {
 
 }  // namespace
 
-bool IsJavaLauncherName(const char* name) {
-    const size_t nameLen = strlen(name);
-    for (const char* token = kJavaLaunchers; *token;) {
-        const char* end = strchr(token, ';');
-        char one[16];
-        snprintf(one, sizeof(one), "%.*s", static_cast<int>(end - token), token);
-        if (EqualIgnoringCase(name, nameLen, one)) return true;
-        token = end + 1;
-    }
-    return false;
-}
-
 const char* GetExeDirA_() {
-    if (IsJavaLauncherName(GetExeName())) {
+    if (IsJavaLauncher(GetExeName())) {
         // A Java launcher's own directory says nothing about the application.
         static char current[kLogPathChars];
         if (!GetCurrentDir(current)) current[0] = 0;
