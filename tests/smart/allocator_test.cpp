@@ -1,0 +1,254 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <new>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "qd_allocator.h"
+#include "quickallocator.h"
+#include "report_capture.h"
+
+namespace {
+
+// Heap calls of the pools under test.
+struct CountingTraits {
+    static int mallocs;
+    static int frees;
+    static void Reset() { mallocs = frees = 0; }
+    void* malloc(size_t bytes) {
+        ++mallocs;
+        return ::malloc(bytes);
+    }
+    void free(void* block) {
+        ++frees;
+        ::free(block);
+    }
+};
+int CountingTraits::mallocs = 0;
+int CountingTraits::frees = 0;
+
+typedef BlockAllocator<24, 1, CountingTraits, 4096> Pool24;
+typedef BlockAllocator<24, 1, CountingTraits, 4096>::Chunk Chunk;
+typedef BlockAllocator<24, 1, CountingTraits, 4096>::Node Node;
+
+int FreeListLength(const Pool24& pool) {
+    int n = 0;
+    for (const Node* node = pool.FreeList(); node; node = node->next) ++n;
+    return n;
+}
+
+TEST(BlockAllocator, NodesOfAChunkFollowTheHeaderSizeOfThePlatform) {
+    // (4096 - chunk header) / (24 + node header): 113 with 4-byte pointers, 84 with 8.
+    const int expected = sizeof(void*) == 4 ? 113 : 84;
+    Pool24 pool;
+    EXPECT_EQ(expected, pool.NodesOfChunk());
+    EXPECT_EQ(static_cast<int>(3 * sizeof(void*)), static_cast<int>(sizeof(Node)));
+    EXPECT_EQ(static_cast<int>(3 * sizeof(void*)), static_cast<int>(sizeof(Chunk)));
+}
+
+TEST(BlockAllocator, FirstBlockIsInlineAndTheSecondTakesAChunkThatGoesBackWhenFree) {
+    CountingTraits::Reset();
+    {
+        Pool24 pool;
+        EXPECT_EQ(nullptr, pool.FreeList());  // nothing linked before the first use
+        void* inlineBlock = pool.Allocate(24);
+        const unsigned char* self = reinterpret_cast<const unsigned char*>(&pool);
+        EXPECT_TRUE(inlineBlock >= self && inlineBlock < self + sizeof(pool));
+        EXPECT_EQ(0, CountingTraits::mallocs);
+
+        void* chunkBlock = pool.Allocate(24);
+        EXPECT_EQ(1, CountingTraits::mallocs);
+        const Chunk* chunk = pool.HeadChunk();
+        ASSERT_NE(nullptr, chunk);
+        EXPECT_EQ(reinterpret_cast<const unsigned char*>(chunk) + sizeof(Chunk) + sizeof(Node),
+                  chunkBlock);  // the chunk's first node
+        EXPECT_EQ(pool.NodesOfChunk() - 1, chunk->freeNodes);
+
+        pool.Deallocate(inlineBlock);
+        pool.Deallocate(chunkBlock);
+        EXPECT_EQ(1, CountingTraits::frees);
+        EXPECT_EQ(nullptr, pool.HeadChunk());
+        EXPECT_EQ(1, FreeListLength(pool));
+        EXPECT_EQ(pool.StackChunk(), pool.FreeList()->chunk);
+    }
+    EXPECT_EQ(1, CountingTraits::frees);
+}
+
+TEST(BlockAllocator, RequestsAboveTheBlockSizeAreReportedAndRefused) {
+    ReportCapture reports;
+    Pool24 pool;
+    EXPECT_EQ(nullptr, pool.Allocate(25));
+    EXPECT_EQ(1, reports.Count("(false)"));
+    void* exact = pool.Allocate(24);
+    void* empty = pool.Allocate(0);
+    EXPECT_NE(nullptr, exact);
+    EXPECT_NE(nullptr, empty);
+    EXPECT_EQ(nullptr, pool.Allocate(-1));
+    EXPECT_EQ(1, reports.Count("(bytes >= 0)"));
+    pool.Deallocate(exact);
+    pool.Deallocate(empty);
+}
+
+TEST(BlockAllocator, BlocksFreedInAnyOrderKeepTheListWholeAndComeBackLastFirst) {
+    CountingTraits::Reset();
+    ReportCapture reports;
+    {
+        Pool24 pool;
+        const int count = 3 * pool.NodesOfChunk() + 5;  // four chunks and the inline node
+        std::vector<void*> blocks;
+        for (int i = 0; i < count; ++i) {
+            blocks.push_back(pool.Allocate(16));
+            memset(blocks.back(), i & 0xFF, 16);  // the caller's bytes never touch a header
+        }
+        EXPECT_EQ(4, CountingTraits::mallocs);
+        std::mt19937 rng(7);
+        std::shuffle(blocks.begin(), blocks.end(), rng);
+        for (int i = 0; i < count / 2; ++i) pool.Deallocate(blocks[i]);
+        void* last = blocks[count / 2 - 1];
+        EXPECT_EQ(last, pool.Allocate(8));  // the block freed last comes out first
+        pool.Deallocate(last);
+        for (int i = count / 2; i < count; ++i) pool.Deallocate(blocks[i]);
+        EXPECT_EQ(nullptr, pool.HeadChunk());
+        EXPECT_EQ(1, FreeListLength(pool));
+        EXPECT_EQ(CountingTraits::mallocs, CountingTraits::frees);
+    }
+    EXPECT_EQ(0, reports.Count());
+}
+
+TEST(BlockAllocator, DestroyedWithABlockOutIsReportedAndLeaksNoChunk) {
+    CountingTraits::Reset();
+    ReportCapture reports;
+    {
+        Pool24 pool;
+        pool.Allocate(24);  // inline
+        pool.Allocate(24);  // from a chunk
+    }
+    EXPECT_EQ(1, reports.Count("(0 == m_headChunk)"));
+    EXPECT_EQ(1, reports.Count("(m_free && m_free->chunk==m_stackChunk)"));
+    EXPECT_EQ(1, reports.Count("(m_stackChunk->freeNodes == stackNodes)"));
+    EXPECT_EQ(1, CountingTraits::frees);  // the chunk went back all the same
+
+    reports.Clear();
+    {
+        BlockAllocator<24, 0, CountingTraits> noInline;
+        void* block = noInline.Allocate(24);
+        noInline.Deallocate(block);  // its chunk is released at once
+    }
+    {
+        Pool24 unused;  // never initialised: nothing to test
+    }
+    EXPECT_EQ(0, reports.Count());
+}
+
+// Records the size of what a container allocates.
+size_t g_recordedBytes = 0;
+template <class T>
+struct SizeRecorder {
+    typedef T value_type;
+    SizeRecorder() = default;
+    template <class U>
+    SizeRecorder(const SizeRecorder<U>&) {}
+    T* allocate(size_t n) {
+        g_recordedBytes = n * sizeof(T);
+        return std::allocator<T>().allocate(n);
+    }
+    void deallocate(T* p, size_t n) { std::allocator<T>().deallocate(p, n); }
+    template <class U>
+    bool operator==(const SizeRecorder<U>&) const {
+        return true;
+    }
+    template <class U>
+    bool operator!=(const SizeRecorder<U>&) const {
+        return false;
+    }
+};
+
+typedef void (*Callback)(void*, int, const char*, int, const char*, int);
+
+// The node sizes recorded in docs/platform.md, and the pools chosen for them.
+constexpr int kCallbackNode = sizeof(void*) == 4 ? 24 : 48;
+constexpr int kPathNode = sizeof(void*) == 4 ? 48 : 64;
+
+TEST(QdAllocator, NodeSizesOfTheLibrarysTreesOnThisPlatform) {
+    std::map<void*, Callback, QDLess_<void*>, SizeRecorder<std::pair<void* const, Callback>>> map;
+    map[&map] = nullptr;
+    EXPECT_EQ(static_cast<size_t>(kCallbackNode), g_recordedBytes);
+    std::set<std::string, QDLess_<std::string>, SizeRecorder<std::string>> paths;
+    paths.insert("x");
+    EXPECT_EQ(static_cast<size_t>(kPathNode), g_recordedBytes);
+}
+
+typedef WrapperAllocator<BlockAllocator<kPathNode, 1, CountingTraits>, CountingTraits> PathPool;
+typedef std::set<std::string, QDLess_<std::string>, qd_allocator<std::string, PathPool>> PathSet;
+
+TEST(QdAllocator, ASetTakesItsNodesFromItsOwnPool) {
+    CountingTraits::Reset();
+    ReportCapture reports;
+    {
+        PathSet paths;
+        EXPECT_EQ(1, CountingTraits::mallocs);  // the entity
+        paths.insert("C:\\log\\a.log");
+        EXPECT_EQ(1, CountingTraits::mallocs);  // the inline node
+        for (int i = 0; i < 200; ++i) paths.insert("log" + std::to_string(i));
+        EXPECT_EQ(201u, paths.size());
+        const int withChunks = CountingTraits::mallocs;
+        EXPECT_GT(withChunks, 1);
+        paths.clear();
+        EXPECT_EQ(withChunks - 1, CountingTraits::frees);  // every chunk back at once
+
+        PathSet copy(paths);  // a copy has a pool of its own
+        EXPECT_FALSE(copy.get_allocator() == paths.get_allocator());
+        copy.insert("y");
+        PathSet other;
+        other.insert("z");
+        other.swap(copy);  // the pools travel with the nodes
+        EXPECT_EQ(1u, other.count("y"));
+        EXPECT_EQ(1u, copy.count("z"));
+    }
+    EXPECT_EQ(CountingTraits::mallocs, CountingTraits::frees);
+    EXPECT_EQ(0, reports.Count());
+}
+
+TEST(QdAllocator, ReboundCopiesSharePoolAndTheLastOneDestroysIt) {
+    CountingTraits::Reset();
+    {
+        qd_allocator<std::string, PathPool> a;
+        EXPECT_EQ(1, a.Wrapper().RefCount());
+        {
+            qd_allocator<char, PathPool> rebound(a);
+            EXPECT_TRUE(rebound == a);
+            EXPECT_EQ(2, a.Wrapper().RefCount());
+            std::string* s = a.allocate(1);
+            EXPECT_EQ(nullptr, a.Wrapper().GetPool()->FreeList());  // the inline node is out
+            a.deallocate(s, 1);
+        }
+        EXPECT_EQ(1, a.Wrapper().RefCount());
+        EXPECT_EQ(0, CountingTraits::frees);
+    }
+    EXPECT_EQ(1, CountingTraits::frees);
+}
+
+TEST(QdAllocator, ARequestThePoolRefusesThrowsBadAllocAfterTheReport) {
+    ReportCapture reports;
+    qd_allocator<std::string, PathPool> a;
+    EXPECT_THROW(a.allocate(3), std::bad_alloc);
+    EXPECT_EQ(1, reports.Count("(false)"));
+}
+
+TEST(QDLess, StringsCompareAsUnsignedBytes) {
+    QDLess_<std::string> less;
+    EXPECT_TRUE(less("B", "a"));
+    EXPECT_TRUE(less("z", "\x80"));
+    EXPECT_TRUE(less("ab", "abc"));
+    EXPECT_FALSE(less("abc", "abc"));
+    int block[2];
+    QDLess_<void*> byAddress;
+    EXPECT_TRUE(byAddress(&block[0], &block[1]));
+}
+
+}  // namespace

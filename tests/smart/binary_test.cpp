@@ -1,0 +1,165 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "binary.h"
+#include "report_capture.h"
+#include "xbinary.h"
+
+namespace {
+
+std::string Bytes(const Binary& b) {
+    return b.Data() ? std::string(reinterpret_cast<const char*>(b.Data()), b.Size()) : "";
+}
+
+// Both forms of an allocation source, counting what goes through them.
+int g_functionAllocs = 0, g_functionFrees = 0;
+void* CountingFunction(void* block, size_t bytes) {
+    if (block) {
+        ++g_functionFrees;
+        free(block);
+        return nullptr;
+    }
+    ++g_functionAllocs;
+    return malloc(bytes);
+}
+
+struct CountingSource : BinaryBlockSource {
+    int allocs = 0, frees = 0;
+    void Free(void* block) override {
+        ++frees;
+        free(block);
+    }
+    void* Allocate(size_t bytes) override {
+        ++allocs;
+        return malloc(bytes);
+    }
+};
+
+TEST(Binary, EmptyObjectsShareOneEntityAndAllocateNothing) {
+    g_functionAllocs = 0;
+    Binary a{BinaryAllocator(&CountingFunction)};
+    Binary b;
+    EXPECT_EQ(0, a.Size());
+    EXPECT_TRUE(a.HoldsEmptyEntity());
+    EXPECT_TRUE(b.HoldsEmptyEntity());
+    EXPECT_TRUE(a.Clear());
+    EXPECT_TRUE(a.SetLength(0, false));
+    EXPECT_EQ(0, g_functionAllocs);
+}
+
+TEST(Binary, CopiesShareUntilOneWrites) {
+    Binary b1;
+    ASSERT_TRUE(b1.Set("abcdef", 6));
+    Binary b2 = b1;
+    EXPECT_EQ(2, b1.RefCount());
+    EXPECT_EQ(b1.Data(), b2.Data());
+    unsigned char* mine = b2.Get();  // copy on write
+    EXPECT_NE(b1.Data(), mine);
+    EXPECT_EQ(1, b1.RefCount());
+    mine[0] = 'X';
+    EXPECT_EQ("abcdef", Bytes(b1));
+    EXPECT_EQ("Xbcdef", Bytes(b2));
+    b1 = b2;
+    EXPECT_EQ(b1.Data(), b2.Data());
+}
+
+TEST(Binary, SetLengthKeepsThePrefixAndZeroGoesBackToTheEmptyEntity) {
+    Binary b;
+    b.Set("abcdef", 6);
+    EXPECT_TRUE(b.SetLength(3, true));
+    EXPECT_EQ("abc", Bytes(b));
+    EXPECT_TRUE(b.SetLength(5, true));
+    EXPECT_EQ("abc", Bytes(b).substr(0, 3));
+    EXPECT_EQ(5, b.Size());
+    EXPECT_TRUE(b.SetLength(0, true));
+    EXPECT_TRUE(b.HoldsEmptyEntity());
+}
+
+TEST(Binary, SetFromItsOwnBlock) {
+    ReportCapture reports;
+    Binary b;
+    b.Set("0123456789", 10);
+    const unsigned char* block = b.Data();
+    EXPECT_TRUE(b.Set(b.Data(), b.Size()));  // the block itself: nothing to do
+    EXPECT_EQ(block, b.Data());
+    EXPECT_TRUE(b.Set(b.Data() + 2, 6));  // overlapping the start of the block
+    EXPECT_EQ("234567", Bytes(b));
+    EXPECT_TRUE(b.Set(b.Data() + 1, 5));  // overlapping its end
+    EXPECT_EQ("34567", Bytes(b));
+    Binary shared = b;
+    EXPECT_TRUE(b.Set(shared.Data() + 1, 3));  // the shared block survives the write
+    EXPECT_EQ("456", Bytes(b));
+    EXPECT_EQ("34567", Bytes(shared));
+    EXPECT_FALSE(b.Set(nullptr, 3));
+    EXPECT_EQ(1, reports.Count("(data && len>=0)"));
+}
+
+TEST(Binary, FixedBlocksAreReadOnly) {
+    ReportCapture reports;
+    char fixed[] = "fixed";
+    Binary b;
+    ASSERT_TRUE(b.Attach(fixed, 5, xbinary_fixed));
+    EXPECT_TRUE(b.IsFixed());
+    EXPECT_EQ("fixed", Bytes(b));
+    EXPECT_EQ(nullptr, b.Get());
+    EXPECT_FALSE(b.Set("x", 1));
+    EXPECT_FALSE(b.SetLength(2, true));
+    EXPECT_FALSE(b.Clear());
+    EXPECT_EQ(4, reports.Count("(false)"));
+    EXPECT_EQ("fixed", Bytes(b));
+    EXPECT_TRUE(b.SetLength(5, true));  // the present size: nothing to change
+}
+
+TEST(Binary, TheLastReferenceFreesOwnedBlocksAndForgetsForeignOnes) {
+    CountingSource source;
+    char foreign[4] = {'a', 'b', 'c', 'd'};
+    {
+        Binary owned{BinaryAllocator(&source)};
+        owned.Set("xyz", 3);  // an entity and a block, both from the source
+        EXPECT_EQ(2, source.allocs);
+        Binary lent{BinaryAllocator(&source)};
+        lent.Attach(foreign, 4, xbinary_foreign);
+        EXPECT_EQ(3, source.allocs);
+        Binary copy = lent;  // reading a foreign block through a copy is fine
+        EXPECT_EQ("abcd", Bytes(copy));
+    }
+    EXPECT_EQ(3, source.frees);  // the two entities and the owned block only
+    EXPECT_EQ('a', foreign[0]);
+
+    g_functionAllocs = g_functionFrees = 0;
+    {
+        Binary b{BinaryAllocator(&CountingFunction)};
+        b.Set("data", 4);
+        b.SetLength(100, true);
+    }
+    EXPECT_EQ(3, g_functionAllocs);
+    EXPECT_EQ(g_functionAllocs, g_functionFrees);
+}
+
+TEST(XBinary, ResizeAssignAndRelease) {
+    ReportCapture reports;
+    XBinary<> x;
+    EXPECT_TRUE(x.IsEmpty());
+    EXPECT_TRUE(x.Resize(4, false));
+    memcpy(x.Get(), "abcd", 4);
+    unsigned char* block = x.Get();
+    EXPECT_TRUE(x.Assign("wxyz", 4));  // same size: the block is reused
+    EXPECT_EQ(block, x.Get());
+    EXPECT_TRUE(x.Resize(2, true));
+    EXPECT_EQ(0, memcmp(x.Get(), "wx", 2));
+    EXPECT_FALSE(x.Resize(-1, true));
+    EXPECT_EQ(1, reports.Count("(false)"));
+    EXPECT_TRUE(x.Assign("", 0));
+    EXPECT_TRUE(x.IsEmpty());
+
+    char fixed[3] = {1, 2, 3};
+    x.Attach(fixed, 3, xbinary_fixed);
+    EXPECT_FALSE(x.Release());
+    EXPECT_FALSE(x.Assign("ab", 2));
+    EXPECT_EQ(3, reports.Count("(false)"));
+    EXPECT_EQ(fixed, reinterpret_cast<char*>(x.Get()));
+}
+
+}  // namespace

@@ -1,0 +1,290 @@
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "report_capture.h"
+#include "smartarray.h"
+
+namespace {
+
+// Exposes the representation for the invariant tests.
+template <class TYPE, int N>
+struct OpenArray : SmartArray<TYPE, N> {
+    TYPE* heap() const { return this->heap_; }
+    const unsigned char* stack() const { return this->stack_; }
+};
+
+template <int BYTES>
+struct Record {
+    char bytes[BYTES];
+};
+
+// The capacities that a run of push_back goes through.
+template <class TYPE, int N>
+std::vector<int> CapacitySequence(int pushes) {
+    SmartArray<TYPE, N> array;
+    std::vector<int> seen;
+    for (int i = 0; i < pushes; ++i) {
+        array.push_back(TYPE());
+        if (seen.empty() || seen.back() != array.MaxLength()) seen.push_back(array.MaxLength());
+    }
+    return seen;
+}
+
+TEST(NextLength, DoublesBelow128MiBThenStepsBy128MiB) {
+    struct Case {
+        int32_t old_items, item_bytes, increase, expected;
+    } cases[] = {
+        {0, 4, 16, 16},
+        {16, 4, 16, 32},
+        {2, 48, 1, 4},
+        {0, 88, 1, 1},
+        {5, 1, 100, 128},
+        {0x1FFFFF0, 4, 16, 0x2000000},
+        {0x2000000, 4, 16, 0x4000000},         // 128 MiB reached: a fixed step of 128 MiB
+        {0x2000000, 4, 0x3000000, 0x5000000},  // or the request, if larger
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(c.expected, NextLength(c.old_items, c.item_bytes, c.increase))
+            << c.old_items << " items of " << c.item_bytes << " bytes + " << c.increase;
+}
+
+TEST(SmartArrayCapacity, SequencesFor4And48And88ByteItems) {
+    EXPECT_EQ((std::vector<int>{16, 32, 64}), (CapacitySequence<int, 0>(40)));
+    EXPECT_EQ((std::vector<int>{1, 2, 4, 8, 16}), (CapacitySequence<Record<48>, 0>(9)));
+    EXPECT_EQ((std::vector<int>{1, 2, 4, 8, 16}), (CapacitySequence<Record<88>, 0>(9)));
+    // Inline the capacity moves item by item, then the rule takes over.
+    EXPECT_EQ((std::vector<int>{1, 2, 3, 4, 32}), (CapacitySequence<int, 4>(5)));
+}
+
+TEST(SmartArrayCapacity, GoesToTheHeapPastStackLenAndComesBackWhenEmptied) {
+    ReportCapture reports;
+    OpenArray<int, 16> a;
+    for (int i = 0; i < 16; ++i) {
+        a.push_back(i);
+        EXPECT_EQ(i + 1, a.MaxLength());
+    }
+    EXPECT_TRUE(a.IsStack());
+    EXPECT_EQ(reinterpret_cast<const int*>(a.stack()), a.begin());
+    a.push_back(16);
+    EXPECT_FALSE(a.IsStack());
+    EXPECT_EQ(32, a.MaxLength());
+    EXPECT_EQ(a.heap(), a.begin());
+    for (int i = 0; i < 17; ++i) ASSERT_EQ(i, a[i]);
+
+    a.RemoveAt(1, 16);  // one item left: back inline, with the minimum step
+    EXPECT_TRUE(a.IsStack());
+    EXPECT_EQ(16, a.MaxLength());
+    EXPECT_EQ(0, a[0]);
+    a.clear();
+    EXPECT_TRUE(a.IsStack());
+    EXPECT_EQ(0, a.MaxLength());
+    EXPECT_EQ(nullptr, a.heap());
+    EXPECT_EQ(0, reports.Count());
+}
+
+TEST(SmartArrayCapacity, ShrinkKeepsADeadBandAtTheBoundary) {
+    SmartArray<int, 0> a;
+    for (int i = 0; i < 40; ++i) a.push_back(i);
+    EXPECT_EQ(64, a.MaxLength());
+    a.RemoveAt(0, 22);  // 18 items: the last insertion of 18 would have asked for 64
+    EXPECT_EQ(64, a.MaxLength());
+    a.RemoveAt(0, 1);  // 17 items
+    EXPECT_EQ(32, a.MaxLength());
+    a.push_back(1);
+    a.RemoveAt(17, 1);  // back and forth at the boundary without reallocating
+    EXPECT_EQ(32, a.MaxLength());
+}
+
+TEST(SmartArrayCapacity, SetMaxLengthBelowTheItemsIsSilentlyRefused) {
+    ReportCapture reports;
+    SmartArray<int, 0> a;
+    for (int i = 0; i < 10; ++i) a.push_back(i);
+    int* block = a.begin();
+    a.SetMaxLength(5);
+    EXPECT_EQ(16, a.MaxLength());
+    EXPECT_EQ(block, a.begin());
+    a.SetMaxLength(10);  // exact
+    EXPECT_EQ(10, a.MaxLength());
+    EXPECT_EQ(9, a[9]);
+    EXPECT_EQ(0, reports.Count());
+}
+
+TEST(SmartArrayAccess, IndexIsBoundedByTheLiveItems) {
+    ReportCapture reports;
+    SmartArray<int, 8> a;
+    a.push_back(1);
+    a.push_back(2);
+    a.SetMaxLength(8);
+    a[1] = 5;
+    EXPECT_EQ(0, reports.Count());
+    a[2];
+    EXPECT_EQ(1, reports.Count("(index >= 0 && index < *valid_cnt_)"));
+}
+
+// The three positions of a source inside the array, with a non-trivial item type
+// (copies and assignments) and a trivially copyable one (memcpy).
+template <class T>
+class SelfInsertion : public ::testing::Test {};
+typedef ::testing::Types<std::string, char> ItemTypes;
+TYPED_TEST_SUITE(SelfInsertion, ItemTypes);
+
+template <class T>
+T Item(char c) {
+    return T(1, c);
+}
+template <>
+char Item<char>(char c) {
+    return c;
+}
+
+std::string Join(const SmartArray<std::string, 8>& a) {
+    std::string s;
+    for (const std::string* it = a.begin(); it != a.end(); ++it) s += *it;
+    return s;
+}
+std::string Join(const SmartArray<char, 8>& a) {
+    return std::string(a.begin(), a.end());
+}
+
+TYPED_TEST(SelfInsertion, SourceStraddlingBehindOrBeforeTheInsertionPoint) {
+    struct Case {
+        int ins, from, count;
+        const char* expected;
+    } cases[] = {
+        {2, 0, 4, "ABABCDCDE"},                          // straddles the insertion point
+        {1, 3, 2, "ADEBCDE"},                            // behind it: moves up with the items
+        {3, 0, 2, "ABCABDE"},                            // before it: stays where it is
+        {0, 0, 5, "ABCDEABCDE"}, {5, 1, 3, "ABCDEBCD"},  // an append
+    };
+    ReportCapture reports;
+    for (const Case& c : cases) {
+        SmartArray<TypeParam, 8> a;
+        for (char ch : std::string("ABCDE")) a.push_back(Item<TypeParam>(ch));
+        EXPECT_TRUE(a.InsertAt(c.ins, a.begin() + c.from, c.count));
+        EXPECT_EQ(c.expected, Join(a))
+            << "InsertAt(" << c.ins << ", p_ + " << c.from << ", " << c.count << ")";
+    }
+    EXPECT_EQ(0, reports.Count());
+}
+
+TYPED_TEST(SelfInsertion, ReallocationReadsTheSourceFromTheNewBlock) {
+    SmartArray<TypeParam, 8> a;
+    for (char ch : std::string("ABCDEFGH")) a.push_back(Item<TypeParam>(ch));
+    ASSERT_TRUE(a.IsStack());
+    EXPECT_TRUE(a.InsertAt(2, a.begin() + 1, 6));  // inline block to heap, straddling
+    EXPECT_EQ("ABBCDEFGCDEFGH", Join(a));
+    EXPECT_FALSE(a.IsStack());
+    while (a.size() < a.MaxLength()) a.push_back(Item<TypeParam>('x'));
+    const TypeParam* before = a.begin();
+    a.push_back(a[0]);  // a full heap block: the source moves with the items
+    EXPECT_NE(before, a.begin());
+    EXPECT_EQ(Item<TypeParam>('A'), a[a.size() - 1]);
+    EXPECT_EQ("ABBCDEFGCDEFGH", Join(a).substr(0, 14));
+}
+
+TEST(SmartArrayRules, BrokenArgumentsAreReportedAndChangeNothing) {
+    ReportCapture reports;
+    SmartArray<int, 8> a;
+    EXPECT_TRUE(a.InsertAt(0, nullptr, 0));  // count 0: the source is not looked at
+    a.RemoveAt(7, 0);                        // count 0: the index is not examined
+    EXPECT_EQ(0, reports.Count());
+    EXPECT_FALSE(a.InsertAt(0, nullptr, 1));
+    EXPECT_EQ(1, reports.Count("(false)"));
+    for (int i = 0; i < 4; ++i) a.push_back(i);
+    a.SetMaxLength(8);
+    EXPECT_FALSE(a.InsertAt(0, a.begin() + 5, 1));  // capacity slots, not live items
+    EXPECT_EQ(1, reports.Count("(srcEnd <= block || src >= room)"));
+    EXPECT_FALSE(a.InsertAt(0, a.begin() + 2, 3));  // runs past the live items
+    EXPECT_EQ(1, reports.Count("(srcEnd <= live)"));
+    EXPECT_FALSE(a.InsertAt(5, a.begin(), 1));
+    EXPECT_EQ(1, reports.Count("(0 <= ins && ins <= items_)"));
+    a.RemoveAt(3, 2);
+    EXPECT_EQ(1, reports.Count("(0 <= last && last < items_)"));
+    a.RemoveAt(0, -1);
+    EXPECT_EQ(1, reports.Count("(count == 0)"));
+    EXPECT_EQ(4, a.size());
+}
+
+TEST(SmartArrayRemove, EraseReturnsTheItemAtTheOldIndexOrTheNewEnd) {
+    SmartArray<std::string, 0> a;
+    for (const char* s : {"a", "b", "c", "d"}) a.push_back(s);
+    std::string* next = a.erase(a.begin() + 1, a.begin() + 2);
+    EXPECT_EQ("c", *next);
+    EXPECT_EQ(a.end(), a.erase(a.begin() + 2, a.end()));
+    EXPECT_EQ(2, a.size());
+    EXPECT_EQ("a", a[0]);
+    EXPECT_EQ("c", a[1]);
+}
+
+TEST(SmartArrayAssign, SetsAnExactCapacityFromItselfOrFromOutside) {
+    SmartArray<std::string, 0> a;
+    for (int i = 0; i < 20; ++i) a.push_back(std::to_string(i));
+    a.assign(a.begin() + 5, a.begin() + 8);  // a sub-range of itself
+    ASSERT_EQ(3, a.size());
+    EXPECT_EQ(3, a.MaxLength());
+    EXPECT_EQ("5", a[0]);
+    EXPECT_EQ("7", a[2]);
+
+    std::vector<int> source(40, 7);
+    SmartArray<int, 4> b;
+    b.push_back(1);
+    for (int count : {40, 10, 2}) {
+        b.assign(source.data(), source.data() + count);
+        EXPECT_EQ(count, b.size());
+        EXPECT_EQ(count, b.MaxLength());
+    }
+    EXPECT_TRUE(b.IsStack());
+    SmartArray<int, 4> copy(b);
+    EXPECT_EQ(2, copy.size());
+    EXPECT_EQ(7, copy[1]);
+}
+
+TEST(SmartArrayResize, GrowsExactlyWithCopiesAndCutsTheTail) {
+    SmartArray<std::string, 2> a;
+    a.push_back("x");
+    a.Resize(5, a[0]);  // the value lies in the block that moves
+    EXPECT_EQ(5, a.size());
+    EXPECT_EQ(5, a.MaxLength());
+    EXPECT_EQ("x", a[4]);
+    a.Resize(1, std::string());
+    EXPECT_EQ(1, a.size());
+    EXPECT_TRUE(a.IsStack());
+}
+
+TEST(SmartArrayLifetime, DestroyedSlotsAreFilledWith0xCD) {
+    OpenArray<std::string, 0> a;
+    for (int i = 0; i < 20; ++i) a.push_back(std::string(30, 'a' + i));
+    a.RemoveAt(3, 1);  // 19 items in 32 slots: the top slot is dead
+    EXPECT_EQ(32, a.MaxLength());
+    const unsigned char* dead = reinterpret_cast<const unsigned char*>(a.begin() + 19);
+    for (size_t i = 0; i < sizeof(std::string); ++i) ASSERT_EQ(0xCD, dead[i]);
+    EXPECT_EQ(std::string(30, 'a' + 4), a[3]);
+}
+
+#if defined(__SANITIZE_ADDRESS__)
+#define QD_HAS_ASAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define QD_HAS_ASAN 1
+#endif
+#endif
+
+#ifdef QD_HAS_ASAN
+void ReadThroughAPointerKeptOverAShrink() {
+    SmartArray<int, 4> a;
+    for (int i = 0; i < 20; ++i) a.push_back(i);
+    const volatile int* stale = a.begin() + 1;
+    a.RemoveAt(1, 19);  // into a smaller block; the old one is freed
+    printf("%d\n", *stale);
+}
+
+TEST(SmartArrayLifetime, ReadingThroughAPointerKeptOverAShrinkIsCaught) {
+    EXPECT_DEATH(ReadThroughAPointerKeptOverAShrink(), "heap-use-after-free");
+}
+#endif
+
+}  // namespace
