@@ -13,6 +13,10 @@
 // returns its failure value (0, null, -1 or false) without touching memory.
 #pragma once
 
+#include <cstdarg>
+
+#include "ministr.h"
+
 // String flags, one word shared by the search here and the matcher of strdk_match.h.
 enum {
     msf_ignore_case = 0x01,        // compare after upper-casing a-z
@@ -233,25 +237,6 @@ int ReplaceHead(TCHAR* target, int len, const SameUnit<TCHAR>* newStr, int targe
 template <class TCHAR>
 int RemoveChars(TCHAR* target, const SameUnit<TCHAR>* remChars, int targetLen = -1);
 
-// ---- splitting ----------------------------------------------------------------------
-
-// Receives one piece: (param, piece, length, isSeparator); false ends the split.
-template <class TCHAR>
-using SplitStrCallback = bool (*)(void* param, const TCHAR* piece, int len, int isSeparator);
-
-// Splits `str` at any of several separators of any length. With `sepOfSeps` non-zero
-// `sepStr_` is a list of separators split at that unit ("\r\n|\n" with '|'), else one
-// separator. At each step the earliest separator wins, the one listed first on a tie.
-// Modes: 0 delivers the pieces between separators; 1 keeps each separator at the end
-// of its piece and delivers a separator with nothing before it alone, marked 1;
-// 2 delivers an empty piece for a separator with nothing before it. Flags: case,
-// slashes and whole words of the search.
-//   "a||b" at "|": mode 0 -> a, b;  mode 1 -> "a|", "|"(1), b;  mode 2 -> a, "", b
-template <class TCHAR>
-void SplitStrByCallback(SplitStrCallback<TCHAR> cbFn, void* param, const TCHAR* str,
-                        const SameUnit<TCHAR>* sepStr_, SameUnit<TCHAR> sepOfSeps, int strLen = -1,
-                        int sepLen_ = -1, int mode = 0, int flags = 0);
-
 // ---- comparing ----------------------------------------------------------------------
 
 // Compares two texts unit by unit (folded to upper case with msf_ignore_case, slashes
@@ -299,3 +284,11 @@ void GetTextExtent(const TCHAR* text, int length, int* width, int* lines);
 template <class TCHAR>
 TCHAR* CopyBounded(TCHAR* dest, const SameUnit<TCHAR>* source, int sourceLen = -1, int destLen = -1,
                    bool zeroRest = false);
+
+// Formats into a text object: measured first, then written in 1024 units of stack or
+// a heap block for a longer text. Narrow formats follow printf, wide ones the
+// Windows wide rules of the library's wide formatter.
+template <class TCHAR>
+inline void FormatStr(MiniStrT<TCHAR>& out, const TCHAR* format, va_list args) {
+    out.FormatV(format, args);
+}

@@ -53,3 +53,10 @@ private:
 
 // Stops the run with the report of a check that should not have failed.
 [[noreturn]] void FuzzFinding(const char* what);
+
+// Runs `run` for narrow and wide text, `run(char())` and `run(char16_t())`, and stops
+// when the twins disagree.
+template <class RUN>
+void ExpectNarrowAndWideAgree(RUN run) {
+    if (run(char()) != run(char16_t())) FuzzFinding("narrow and wide differ");
+}

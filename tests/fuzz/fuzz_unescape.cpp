@@ -2,6 +2,7 @@
 // Input: a mode byte (bit 0 only in quotes, bit 1 strict), then the text.
 #include <cstdint>
 #include <initializer_list>
+#include <tuple>
 
 #include "fuzz_support.h"
 #include "strdk.h"
@@ -38,11 +39,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const uint8_t* text = size ? data + 1 : data;
     const size_t textSize = size ? size - 1 : 0;
     for (bool strict : {false, true}) {
-        const Outcome narrow = Run<char>(text, textSize, mode & 1, strict);
-        const Outcome wide = Run<char16_t>(text, textSize, mode & 1, strict);
-        if (narrow.refused != wide.refused || narrow.len != wide.len ||
-            narrow.errorPos != wide.errorPos)
-            FuzzFinding("narrow and wide differ");
+        ExpectNarrowAndWideAgree([&](auto unit) {
+            const Outcome out = Run<decltype(unit)>(text, textSize, mode & 1, strict);
+            return std::make_tuple(out.refused, out.len, out.errorPos);
+        });
     }
     return 0;
 }

@@ -1,0 +1,133 @@
+#include <gtest/gtest.h>
+
+#include <cstdarg>
+#include <string>
+
+#include "report_capture.h"
+#include "strdk_split.h"
+#include "unit_text.h"
+
+namespace {
+
+template <class T>
+class Split : public ::testing::Test {};
+TYPED_TEST_SUITE(Split, TextUnits);
+
+// The pieces as "[a][b]", a separator delivered alone as "[|*]".
+template <class T>
+std::string Joined(const SmartArray<PtrStrT<T>, 8>& pieces) {
+    std::string out;
+    for (const PtrStrT<T>& piece : pieces)
+        out += "[" + Bytes(std::basic_string<T>(piece.p, static_cast<size_t>(piece.len))) + "]";
+    return out;
+}
+
+TYPED_TEST(Split, SplitStrModesAndQuotes) {
+    SmartArray<PtrStrT<TypeParam>, 8> pieces;
+    const auto text = Txt<TypeParam>("a||b");
+    const char* expected[] = {"[a][b]", "[a|][|][b]", "[a][][b]"};
+    for (int mode = 0; mode < 3; ++mode) {
+        EXPECT_TRUE(SplitStr(pieces, text.c_str(), '|', -1, mode));
+        EXPECT_EQ(expected[mode], Joined(pieces)) << "mode " << mode;
+    }
+    const auto quotedText = Txt<TypeParam>("x\"a,b\",c");  // the pieces point into it
+    EXPECT_TRUE(SplitStr(pieces, quotedText.c_str(), ',', -1, 0, true));
+    EXPECT_EQ("[x\"a,b\"][c]", Joined(pieces));
+    // Without clearing, the pieces of a counted text are appended.
+    EXPECT_TRUE(SplitStr(pieces, text.c_str(), '|', 2, 2, false, false));
+    EXPECT_EQ("[x\"a,b\"][c][a]", Joined(pieces));
+}
+
+struct Collected {
+    std::string pieces;
+    int stopAfter = -1;
+};
+
+template <class T>
+bool Collect(void* param, const T* piece, int len, int isSeparator) {
+    auto* c = static_cast<Collected*>(param);
+    c->pieces += "[" + Bytes(std::basic_string<T>(piece, static_cast<size_t>(len))) +
+                 (isSeparator ? "*]" : "]");
+    return c->stopAfter < 0 || --c->stopAfter > 0;
+}
+
+struct CallbackCase {
+    const char* text;
+    const char* seps;
+    char sepOfSeps;
+    int mode;
+    int flags;
+    const char* expected;
+};
+
+const CallbackCase kCallbackCases[] = {
+    {"a||b", "|", 0, 0, 0, "[a][b]"},
+    {"a||b", "|", 0, 1, 0, "[a|][|*][b]"},
+    {"a||b", "|", 0, 2, 0, "[a][][b]"},
+    {"|a|", "|", 0, 2, 0, "[][a]"},
+    {"a\r\nb\nc", "\r\n|\n", '|', 0, 0, "[a][b][c]"},
+    {"a\r\nb\nc", "\r\n|\n", '|', 1, 0, "[a\r\n][b\n][c]"},
+    // The earliest separator wins, the first listed on a tie.
+    {"xab", "ab|a", '|', 0, 0, "[x]"},
+    {"xab", "a|ab", '|', 0, 0, "[x][b]"},
+    {"1::2:3", ":|::", '|', 2, 0, "[1][][2][3]"},
+    {"aXbxc", "x", 0, 0, msf_ignore_case, "[a][b][c]"},
+    {"a?b", "?", 0, 0, msf_wildcards | msf_reverse, "[a][b]"},
+    {"x and band andy", "and", 0, 0, msf_whole_word, "[x ][ band andy]"},
+    {"no separator", "|", 0, 1, 0, "[no separator]"},
+    {"", "|", 0, 1, 0, ""},
+};
+
+TYPED_TEST(Split, ByCallbackAtSeveralSeparators) {
+    for (const CallbackCase& c : kCallbackCases) {
+        Collected got;
+        SplitStrByCallback<TypeParam>(Collect<TypeParam>, &got, Txt<TypeParam>(c.text).c_str(),
+                                      Txt<TypeParam>(c.seps).c_str(), c.sepOfSeps, -1, -1, c.mode,
+                                      c.flags);
+        EXPECT_EQ(c.expected, got.pieces) << c.text << " at " << c.seps << " mode " << c.mode;
+    }
+}
+
+TYPED_TEST(Split, ByCallbackStopsAndRefuses) {
+    ReportCapture reports;
+    const auto text = Txt<TypeParam>("a,b,c,d");
+    Collected got;
+    got.stopAfter = 2;
+    SplitStrByCallback<TypeParam>(Collect<TypeParam>, &got, text.c_str(),
+                                  Txt<TypeParam>(",").c_str(), 0);
+    EXPECT_EQ("[a][b]", got.pieces);
+    // A counted text ends the split at its length.
+    got = Collected();
+    SplitStrByCallback<TypeParam>(Collect<TypeParam>, &got, text.c_str(),
+                                  Txt<TypeParam>(",").c_str(), 0, 4);
+    EXPECT_EQ("[a][b]", got.pieces);
+    EXPECT_EQ(0, reports.Count());
+
+    got = Collected();
+    SplitStrByCallback<TypeParam>(Collect<TypeParam>, &got, text.c_str(),
+                                  Txt<TypeParam>("").c_str(), 0);
+    SplitStrByCallback<TypeParam>(Collect<TypeParam>, &got, text.c_str(),
+                                  Txt<TypeParam>("||").c_str(), '|');
+    EXPECT_EQ(2, reports.Count("(false)"));
+    SplitStrByCallback<TypeParam>(Collect<TypeParam>, &got, text.c_str(),
+                                  Txt<TypeParam>(",").c_str(), 0, -1, -1, 3);
+    EXPECT_EQ(1, reports.Count("(0 <= mode && mode <= 2)"));
+    EXPECT_EQ("", got.pieces);
+}
+
+std::string Format(const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    MiniStr out;
+    FormatStr(out, format, args);
+    va_end(args);
+    return out;
+}
+
+TEST(FormatStr, FormatsShortAndLongTexts) {
+    EXPECT_EQ("7-log", Format("%d-%s", 7, "log"));
+    const std::string longText(3000, 'x');
+    EXPECT_EQ(longText + "!", Format("%s!", longText.c_str()));
+}
+
+}  // namespace
