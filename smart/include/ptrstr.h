@@ -100,24 +100,11 @@ public:
         return -1;
     }
 
-    // Drops the units of the terminated set `blanks` at both ends; a slice of blanks
-    // only keeps its start with len 0.
+    // Drops the units of the terminated set `blanks` at both ends, by TrimRange of
+    // the string toolkit (ptrstr.cpp); a slice of blanks only keeps its start with
+    // len 0.
     //   "  a b \t", blanks " \t" -> "a b"
-    PtrStrT& Trim(const CHAR* blanks) {
-        QDR_CHECK(AfxIsValidString(blanks));
-        if (!blanks || !ValidCheck()) return *this;
-        int32_t first = 0;
-        while (first < len && IsIn(p[first], blanks)) ++first;
-        if (first == len) {
-            len = 0;
-            return *this;
-        }
-        int32_t last = len - 1;
-        while (last > first && IsIn(p[last], blanks)) --last;
-        p += first;
-        len = last - first + 1;
-        return *this;
-    }
+    PtrStrT& Trim(const CHAR* blanks);
 
     std::basic_string<CHAR> ToString() const {
         return p ? std::basic_string<CHAR>(p, static_cast<size_t>(len)) : std::basic_string<CHAR>();
@@ -127,12 +114,6 @@ public:
     int32_t len;
 
 private:
-    static bool IsIn(CHAR unit, const CHAR* set) {
-        for (; *set; ++set)
-            if (*set == unit) return true;
-        return false;
-    }
-
     // The one routine behind Mid and Left; count -1 with toEnd runs to the end.
     PtrStrT Slice(int32_t start, int32_t count, bool toEnd) const {
         const int64_t end =

@@ -1,6 +1,8 @@
 // Calendar and time-text routines; see qdtime.h.
 #include "qdtime.h"
 
+#include "strdk_match.h"
+
 #include <atomic>
 #include <cstdio>
 #include <cstring>
@@ -37,15 +39,6 @@ void ComputeRangeBounds() {
 }
 
 std::atomic<MSEL> g_ownStartMSEL{-1};
-
-// What MatchingString(text, "#################", 0) decides: with flags 0 a '#'
-// in the pattern takes one decimal digit, or a '#' of the text itself.
-//   "20240102030405000" -> true, "2024010203040#000" -> true, "2024010203040X000" -> false
-bool IsSeventeenDigitText(const char* text) {
-    for (int i = 0; i < 17; ++i)
-        if (!((text[i] >= '0' && text[i] <= '9') || text[i] == '#')) return false;
-    return true;
-}
 
 // Writes `value` with at least `width` digits, zero-padded, as "%0*u" does.
 template <class CHAR>
@@ -263,7 +256,7 @@ MSEL DateTextToMSEL(const char* text, bool withMilli, bool isLocal) {
     memcpy(digits, text, withMilli ? 17 : 14);
     if (!withMilli) memcpy(digits + 14, "000", 3);
     digits[17] = '\0';
-    if (!IsSeventeenDigitText(digits)) return -1;
+    if (!MatchingString(digits, "#################", 0, 17)) return -1;
     int year, month, day, hour, minute, second, milli;
     const int taken = sscanf(digits, "%4d%2d%2d%2d%2d%2d%3d", &year, &month, &day, &hour, &minute,
                              &second, &milli);

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "numstr.h"
 #include "strdk.h"
 #include "strdk_internal.h"
 
@@ -209,8 +210,11 @@ int ComparePathName(const TCHAR* path1_, const SameUnit<TCHAR>* path2_, int path
             if (dir1 != dir2) return dir1 ? -1 : 1;
             if (last1 != last2) return last1 ? -1 : 1;
         }
-        // The natural order of cpn_natural_order comes with the decimal-string
-        // routines; until then components compare as units.
+        if (pathFlags & cpn_natural_order) {
+            const int natural =
+                CompareStrNatural(path1_ + i1, path2_ + i2, e1 - i1, e2 - i2, caseSensitive);
+            if (natural) return natural;
+        }
         const int r =
             ComparePathComponents(path1_ + i1, e1 - i1, path2_ + i2, e2 - i2, caseSensitive);
         if (r) return r;

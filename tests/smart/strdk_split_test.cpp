@@ -115,10 +115,11 @@ TYPED_TEST(Split, ByCallbackStopsAndRefuses) {
     EXPECT_EQ("", got.pieces);
 }
 
-std::string Format(const char* format, ...) {
+template <class TCHAR>
+std::basic_string<TCHAR> Format(const TCHAR* format, ...) {
     va_list args;
     va_start(args, format);
-    MiniStr out;
+    MiniStrT<TCHAR> out;
     FormatStr(out, format, args);
     va_end(args);
     return out;
@@ -128,6 +129,8 @@ TEST(FormatStr, FormatsShortAndLongTexts) {
     EXPECT_EQ("7-log", Format("%d-%s", 7, "log"));
     const std::string longText(3000, 'x');
     EXPECT_EQ(longText + "!", Format("%s!", longText.c_str()));
+    // The wide form takes the Windows wide rules: %s wide, %S narrow.
+    EXPECT_EQ(u"7-\u65e5\u5fd7-ab", Format(u"%d-%s-%S", 7, u"\u65e5\u5fd7", "ab"));
 }
 
 }  // namespace

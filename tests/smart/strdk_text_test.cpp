@@ -87,6 +87,10 @@ const PathCase kPathCases[] = {
     // A file named like a directory sorts after it.
     {"a", "a\\b", cpn_dirs_first, false, 1},
     {"dir\\x2", "dir\\x10", 0, false, 1},
+    // Natural order: digit runs by value, then the plain comparison decides ties.
+    {"dir\\x2", "dir\\x10", cpn_natural_order, false, -1},
+    {"v1.5\\a", "v1.25\\a", cpn_natural_order, false, 1},
+    {"X9", "x9", cpn_natural_order, true, -1},
     {"a\\b", "a\\b\\c", 0, false, -1},
 };
 
@@ -97,8 +101,8 @@ TYPED_TEST(TextRoutines, ComparePathNameComponentByComponent) {
         EXPECT_EQ(c.sign, sign(ComparePathName(p1.c_str(), p2.c_str(), c.flags, c.caseSensitive)))
             << c.p1 << " vs " << c.p2;
         // Swapping the paths (and their directory flags) swaps the answer.
-        const int swapped = (c.flags & cpn_dirs_first) | ((c.flags & cpn_path1_dir) << 1) |
-                            ((c.flags & cpn_path2_dir) >> 1);
+        const int swapped = (c.flags & (cpn_dirs_first | cpn_natural_order)) |
+                            ((c.flags & cpn_path1_dir) << 1) | ((c.flags & cpn_path2_dir) >> 1);
         EXPECT_EQ(-c.sign, sign(ComparePathName(p2.c_str(), p1.c_str(), swapped, c.caseSensitive)));
     }
 }
