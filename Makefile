@@ -13,6 +13,10 @@ CMAKE_FLAGS ?=
 PACKAGES := build-essential cmake pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
             zlib1g-dev clang clang-format python3 tzdata binutils
 
+# Only `make bench` needs these: the loggers that bench/compare_loggers runs side by
+# side with ours. `make test` and CI do without them.
+BENCH_PACKAGES := libspdlog-dev libgoogle-glog-dev libboost-log-dev
+
 FUZZ_SECONDS ?= 20
 
 .PHONY: all deps build demo test test-slow test-sanitize test-asan test-tsan bench fuzz format clean
@@ -52,13 +56,16 @@ test-tsan: deps
 	cd build-tsan && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
 	  setarch $$(uname -m) -R ctest -j$(JOBS) -L concurrency --output-on-failure --timeout 600
 
-# Every benchmark program, one after the other, in a Release build.
+# Every benchmark program, one after the other, in a Release build; the last is the
+# side-by-side comparison of loggers (a few minutes).
 bench: deps
+	@tools/install-deps.sh $(BENCH_PACKAGES)
 	cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release $(CMAKE_FLAGS)
 	cmake --build build-bench -j$(JOBS) --target benchmarks
-	@for b in build-bench/bench/*; do \
+	@for b in build-bench/bench/*_bench; do \
 	  if [ -f "$$b" ] && [ -x "$$b" ]; then echo "== $$b"; "$$b" || exit 1; fi; \
 	done
+	@echo "== build-bench/bench/compare_loggers"; build-bench/bench/compare_loggers
 
 # Every libFuzzer target for FUZZ_SECONDS, with clang in its own build directory. The
 # corpus grows in build-fuzz/corpus; tests/fuzz/seeds/<target> starts it.
