@@ -66,6 +66,21 @@ void BM_NarrowEventWithNumbers(benchmark::State& state) {
 }
 BENCHMARK(BM_NarrowEventWithNumbers);
 
+// The message of bench/compare_loggers (an int, a string and a double, about 80
+// bytes) with its settings: file only, the debugger switched off too.
+void BM_ComparedMessage(benchmark::State& state) {
+    Setup();
+    QDLogOutputToDebuger(0);
+    int i = 0;
+    for (auto _ : state) {
+        ++i;
+        QDLOG_INFO("message %d from %s took %.3f ms", i,
+                   "worker-thread-alpha-bravo-charlie-delta-echo", 1.5 + i * 0.001);
+    }
+    QDLogOutputToDebuger(1);
+}
+BENCHMARK(BM_ComparedMessage);
+
 }  // namespace
 
 BENCHMARK_MAIN();

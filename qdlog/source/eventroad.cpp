@@ -17,6 +17,10 @@ namespace {
 // What differs between the widths: the formatter, the null text, and the largest
 // text the formatter is allowed to produce. The wide count is the one the
 // platform's _vswprintf_c_l is given: a longer wide text fails to format.
+//
+// Format has vsnprintf's contract for both: what fits is written and terminated,
+// and the result is the length of the whole text, or negative for a format that
+// cannot be produced.
 template <class CHAR>
 struct Width;
 
@@ -32,18 +36,20 @@ struct Width<char> {
 template <>
 struct Width<char16_t> {
     static int Format(char16_t* out, int capacity, const char16_t* fmt, va_list args) {
-        return FormatWideV(out, capacity, fmt, args);
+        va_list walk;
+        va_copy(walk, args);
+        const int length = FormatWideV(out, capacity, fmt, walk);
+        va_end(walk);
+        if (length >= 0) return length;
+        // -1 is an invalid format or a text that did not fit; measuring tells which.
+        va_copy(walk, args);
+        const int needed = FormatWideV(nullptr, 0, fmt, walk);
+        va_end(walk);
+        return needed >= capacity ? needed : -1;
     }
     static constexpr const char16_t* kNullText = u"(NULL)";
     static constexpr int kFormatCount = 0x4000000;
 };
-
-int MeasureText(const char* fmt, va_list args) {
-    return Width<char>::Format(nullptr, 0, fmt, args);
-}
-int MeasureText(const char16_t* fmt, va_list args) {
-    return Width<char16_t>::Format(nullptr, 0, fmt, args);
-}
 
 template <class CHAR>
 void PrintEvent(int type, const CHAR* text) {
@@ -105,22 +111,26 @@ void LogEventV(int type, const CHAR* fmt, va_list args) {
     // The original goes on into undefined behaviour; the event is dropped instead.
     if (!fmt || type < 0 || type >= kEventTypes) return;
 
-    va_list measureArgs;
-    va_copy(measureArgs, args);
-    const int fmtLen = MeasureText(fmt, measureArgs);
-    va_end(measureArgs);
-
-    // Up to 1023 characters the text stays inline: no heap. A failed measure, or a
-    // text beyond the formatter's count or the block limit, leaves no buffer, and
-    // the event fails the check below and is dropped.
-    const bool measured = fmtLen >= 0 && fmtLen < Width<CHAR>::kFormatCount;
-    SmartBuf<CHAR, 1024> buf(measured ? fmtLen + 1 : 0);
-    int ret = -1;
-    if (measured && buf.Get() && buf.Length() == fmtLen + 1) {
-        va_list formatArgs;
-        va_copy(formatArgs, args);
-        ret = Width<CHAR>::Format(buf.Get(), buf.Length(), fmt, formatArgs);
-        va_end(formatArgs);
+    // Formatted straight into the inline room: a text of up to 1023 characters costs
+    // one walk of the format and no heap. Only a longer one is formatted again, into
+    // a buffer of the length the first walk measured; one beyond the formatter's
+    // count or the block limit gets no buffer, and the check below drops it.
+    SmartBuf<CHAR, 1024> buf(1024);
+    va_list formatArgs;
+    va_copy(formatArgs, args);
+    const int fmtLen = Width<CHAR>::Format(buf.Get(), buf.Length(), fmt, formatArgs);
+    va_end(formatArgs);
+    int ret = fmtLen;
+    if (fmtLen >= buf.Length()) {
+        ret = -1;
+        if (fmtLen < Width<CHAR>::kFormatCount) {
+            buf.Resize(fmtLen + 1);
+            if (buf.Get() && buf.Length() == fmtLen + 1) {
+                va_copy(formatArgs, args);
+                ret = Width<CHAR>::Format(buf.Get(), buf.Length(), fmt, formatArgs);
+                va_end(formatArgs);
+            }
+        }
     }
     // clang-format off
     QDR_CHECK(0<=ret && ret<=fmtLen);

@@ -157,6 +157,20 @@ TYPED_TEST(BothRoads, SplitAtLineFeedsOnly) {
     }
 }
 
+// The text is formatted into the inline room first, and formatted again only when
+// it did not fit: around the room's size every argument must still come out once.
+TYPED_TEST(BothRoads, TextsAroundTheInlineRoomComeOutWhole) {
+    for (size_t length : {1020u, 1021u, 1022u, 1023u, 1024u, 5000u}) {
+        LineRecorder recorder;
+        const std::string text(length - 4, 't');
+        if constexpr (sizeof(TypeParam) == 1)
+            QDLogEvent(0, "%s|%d", text.c_str(), 42);
+        else
+            QDLogEventW(0, u"%s|%d", Widen(text).c_str(), 42);
+        EXPECT_EQ(std::vector<std::string>{text + "|42"}, recorder.Texts()) << length;
+    }
+}
+
 TYPED_TEST(BothRoads, RawTypeHasNoHeadAndNoLineEnd) {
     QDLogScreen(1);
     LineRecorder recorder;
