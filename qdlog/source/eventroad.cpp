@@ -141,7 +141,7 @@ void LogEventV(int type, const CHAR* fmt, va_list args) {
 }
 
 EventMoment TakeEventMoment() {
-    return EventMoment{GetMSEL(), GetTickCount(), ReadCpuCycle()};
+    return EventMoment{GetMSEL(), GetTickCount(), 0};
 }
 
 void QDLogEventPrint(int type, const char* text) {
@@ -162,16 +162,19 @@ void PrintEventAt(LogContext& log, int type, const CHAR* text, const EventMoment
     // There is no title row for such a type: the event is dropped.
     if (type < 0 || type >= kEventTypes) return;
 
-    // A time that cannot be broken down leaves all fields 0; the event still goes.
-    const SYSTEMTIME st = GetSystemTimeOfMSEL(moment.now, true);
+    // The counter is read only for the column (a read costs a twentieth of a short
+    // event), and here, where the moment was taken.
+    const bool printCycles = log.printCpuCycle_ != 0;
+    const uint64_t cycle = printCycles && !moment.cycle ? ReadCpuCycle() : moment.cycle;
     CleanLogFiles(log, moment.now, moment.tick);
 
+    // A time that cannot be broken down leaves all fields 0; the event still goes.
     char time[kSystemTimeTextSize];
-    FormatSystemTime(time, st, log.printMSEL_ != 0, '-', ':', '.');
+    log.headClock_.Format(moment.now, log.printMSEL_ != 0, time);
     char cycles[kCpuTicksChars] = "";
-    if (log.printCpuCycle_) {
-        FormatCpuTicks(static_cast<int64_t>(moment.cycle - log.lastCpuCycle_), cycles);
-        log.lastCpuCycle_ = moment.cycle;
+    if (printCycles) {
+        FormatCpuTicks(static_cast<int64_t>(cycle - log.lastCpuCycle_), cycles);
+        log.lastCpuCycle_ = cycle;
     }
     char head[kEventHeadChars];
     const int headLen = BuildEventHead(time, cycles, log.titles_[type], log.titleSeparator_, head);

@@ -9,6 +9,7 @@
 #include <set>
 #include <string>
 
+#include "eventhead.h"
 #include "logfile.h"
 #include "qd_allocator.h"
 #include "qdlog.h"
@@ -107,6 +108,8 @@ public:
     // The process-unique flag over this name comes with the cross-process lock; it
     // will mark this directory's logger as taken.
     char pufName_[16];
+    // The time column of the current second, under lock_.
+    HeadClock headClock_;
 };
 
 // The singleton, built on first use. The common path is one pointer test.

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,50 @@ TEST(EventHead, CycleColumnBlanksTheZerosInFrontOfTheNumber) {
         FormatCpuTicks(row.difference, column);
         EXPECT_STREQ(row.column, column) << row.difference;
     }
+}
+
+// The column of the time is kept per second; it must still be the broken-down time
+// of every moment: within a second, across seconds and years, backwards, over a
+// change to summer time, and at the ends of the valid range. An invalid time shows
+// zeros and is reported each time, as the conversion does.
+TEST(EventHead, TimeColumnIsThatOfEveryMoment) {
+    const char* const zones[] = {"CST-8", "America/New_York"};
+    const MSEL moments[] = {
+        kSampleMSEL,
+        kSampleMSEL + 1,
+        kSampleMSEL + 876,
+        kSampleMSEL + 877,
+        kSampleMSEL,
+        1457852399999LL,
+        1457852400000LL,
+        1457852400001LL,  // 2016-03-13
+        0,
+        2147443200000LL,
+        2147443199999LL,
+        1,
+        -1,
+        2147443200001LL,
+        kSampleMSEL + 86400000LL * 365,
+    };
+    for (const char* zone : zones) {
+        setenv("TZ", zone, 1);
+        tzset();
+        HeadClock clock;
+        for (const MSEL now : moments)
+            for (const bool withMilli : {true, false}) {
+                ReportCapture reports;
+                char expected[kSystemTimeTextSize];
+                FormatSystemTime(expected, GetSystemTimeOfMSEL(now, true), withMilli, '-', ':',
+                                 '.');
+                const int expectedReports = reports.Count();
+                char column[kSystemTimeTextSize];
+                EXPECT_EQ(static_cast<int>(strlen(expected)), clock.Format(now, withMilli, column));
+                EXPECT_STREQ(expected, column) << zone << " " << now;
+                EXPECT_EQ(2 * expectedReports, reports.Count()) << now;
+            }
+    }
+    setenv("TZ", "CST-8", 1);
+    tzset();
 }
 
 class EventRoad : public LogTest {};
