@@ -188,7 +188,7 @@ void PrintEventAt(LogContext& log, int type, const CHAR* text, const EventMoment
     const CHAR* lineHead = HeadInWidth(head, headLen, room, &lineHeadLen);
     EmitLines(log, type, lineHead, lineHeadLen, text);
 
-    if (log.toFile_ && log.logFile_.IsOpen()) FlushLogFile(log);
+    if (log.toFile_ && log.logFile_.IsOpen()) FlushLogFileHeld(log);
 }
 
 template void LogEventV<char>(int, const char*, va_list);

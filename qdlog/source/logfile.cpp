@@ -28,9 +28,10 @@ void LogFile::WriteLine(bool withHead, const char* head, int headLen, const char
     // hands over always ends at a line's end.
     if (os::PendingStreamBytes(fp_) + lineBytes > sizeof(streamBuffer_)) fflush(fp_);
     if (lineBytes <= sizeof(streamBuffer_)) {
-        fwrite(head, 1, static_cast<size_t>(headLen), fp_);
-        fwrite(text, 1, static_cast<size_t>(textLen), fp_);
-        if (withHead) fwrite("\r\n", 1, 2, fp_);
+        // lock_ guards the stream: its own lock would only cost time.
+        os::WriteStreamUnlocked(fp_, head, static_cast<size_t>(headLen));
+        os::WriteStreamUnlocked(fp_, text, static_cast<size_t>(textLen));
+        if (withHead) os::WriteStreamUnlocked(fp_, "\r\n", 2);
     } else {
         SmartBuf<char, 1024> line(static_cast<int32_t>(lineBytes));
         if (line.Get()) {
@@ -141,7 +142,11 @@ void CheckLogFile(LogContext& log, MSEL now) {
 
 void FlushLogFile(LogContext& log) {
     LogLock lock(log);
-    if (!lock.Held()) return;
+    if (lock.Held()) FlushLogFileHeld(log);
+}
+
+void FlushLogFileHeld(LogContext& log) {
+    QDR_CHECK(log.lock_.IsLockedByThreadSelf());
     LogFile& file = log.logFile_;
     // Never below the threshold, also when the application asks.
     if (file.IsOpen() && file.linesToFlush_ >= log.flushLines_) file.Flush();

@@ -71,3 +71,5 @@ void CheckLogFile(LogContext& log, MSEL now);
 
 // Flushes the stream once flushLines_ lines have gathered; takes lock_.
 void FlushLogFile(LogContext& log);
+// The same for a caller that holds lock_: the event road.
+void FlushLogFileHeld(LogContext& log);

@@ -462,6 +462,10 @@ bool SetStreamFileLength(FILE* stream, int64_t length) {
     return stream && length >= 0 && ftruncate(fileno(stream), static_cast<off_t>(length)) == 0;
 }
 
+size_t WriteStreamUnlocked(FILE* stream, const void* data, size_t bytes) {
+    return fwrite_unlocked(data, 1, bytes, stream);
+}
+
 size_t PendingStreamBytes(FILE* stream) {
     return stream ? __fpending(stream) : 0;
 }
