@@ -7,6 +7,7 @@
 
 #include "eventhead.h"
 #include "logfilelist.h"
+#include "narrowformat.h"
 #include "qdr/platform/os.h"
 #include "qdtime.h"
 #include "smartbuf.h"
@@ -27,7 +28,7 @@ struct Width;
 template <>
 struct Width<char> {
     static int Format(char* out, int capacity, const char* fmt, va_list args) {
-        return vsnprintf(out, static_cast<size_t>(capacity), fmt, args);
+        return FormatNarrowV(out, static_cast<size_t>(capacity), fmt, args);
     }
     static constexpr const char* kNullText = "(NULL)";
     static constexpr int kFormatCount = INT_MAX;

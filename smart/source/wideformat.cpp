@@ -9,6 +9,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "formatspec.h"
 #include "qdr/platform/os.h"
 #include "smartbuf.h"
 
@@ -41,106 +42,25 @@ private:
     int64_t length_ = 0;
 };
 
-enum class Size { kNone, kHH, kH, kL, kLL, kJ, kZ, kT, kLongDouble, kI32, kI64, kI };
-
-struct Conversion {
-    char flags[6] = {};  // the C flags as given, at most "-+ #0"
-    bool left = false;
-    bool zero = false;
-    int width = -1;
-    int precision = -1;
-    Size size = Size::kNone;
-    char type = 0;
+// The platform's wide size prefixes, longest first: "hh" before "h", "I64" before "I".
+const FormatSizePrefix<char16_t> kSizePrefixes[] = {
+    {u"hh", FormatSize::kHH},   {u"h", FormatSize::kH}, {u"ll", FormatSize::kLL},
+    {u"l", FormatSize::kL},     {u"w", FormatSize::kL}, {u"j", FormatSize::kJ},
+    {u"z", FormatSize::kZ},     {u"t", FormatSize::kT}, {u"I64", FormatSize::kI64},
+    {u"I32", FormatSize::kI32}, {u"I", FormatSize::kI}, {u"L", FormatSize::kLongDouble},
 };
-
-bool IsDigit(char16_t c) {
-    return c >= u'0' && c <= u'9';
-}
-
-// Reads digits into `value`; false when they overflow an int.
-bool ReadNumber(const char16_t*& p, int* value) {
-    int64_t n = 0;
-    while (IsDigit(*p)) {
-        n = n * 10 + (*p++ - u'0');
-        if (n > INT_MAX) return false;
-    }
-    *value = static_cast<int>(n);
-    return true;
-}
-
-// The size prefixes, longest first: "hh" before "h", "I64" before "I".
-struct SizePrefix {
-    const char16_t* text;
-    Size size;
-};
-const SizePrefix kSizePrefixes[] = {
-    {u"hh", Size::kHH},   {u"h", Size::kH},     {u"ll", Size::kLL}, {u"l", Size::kL},
-    {u"w", Size::kL},     {u"j", Size::kJ},     {u"z", Size::kZ},   {u"t", Size::kT},
-    {u"I64", Size::kI64}, {u"I32", Size::kI32}, {u"I", Size::kI},   {u"L", Size::kLongDouble},
-};
-
-void ReadSize(const char16_t*& p, Size* size) {
-    for (const SizePrefix& prefix : kSizePrefixes) {
-        size_t n = 0;
-        while (prefix.text[n] && p[n] == prefix.text[n]) ++n;
-        if (prefix.text[n] == 0) {
-            *size = prefix.size;
-            p += n;
-            return;
-        }
-    }
-}
-
-// Parses what follows a '%' up to and including the conversion character.
-bool ParseConversion(const char16_t*& p, va_list& args, Conversion* c) {
-    int flagCount = 0;
-    for (;; ++p) {
-        const char16_t f = *p;
-        if (f != u'-' && f != u'+' && f != u' ' && f != u'#' && f != u'0') break;
-        if (f == u'-') c->left = true;
-        if (f == u'0') c->zero = true;
-        if (flagCount < 5 && !strchr(c->flags, static_cast<char>(f)))
-            c->flags[flagCount++] = static_cast<char>(f);
-    }
-    if (*p == u'*') {
-        ++p;
-        c->width = va_arg(args, int);
-        if (c->width < 0) {
-            if (c->width == INT_MIN) return false;
-            c->left = true;
-            c->width = -c->width;
-            if (!strchr(c->flags, '-')) c->flags[flagCount++] = '-';
-        }
-    } else if (IsDigit(*p) && !ReadNumber(p, &c->width)) {
-        return false;
-    }
-    if (*p == u'.') {
-        ++p;
-        if (*p == u'*') {
-            ++p;
-            c->precision = va_arg(args, int);
-            if (c->precision < 0) c->precision = -1;
-        } else if (!ReadNumber(p, &c->precision)) {
-            return false;
-        }
-    }
-    ReadSize(p, &c->size);
-    if (*p == 0 || *p > 0x7F) return false;
-    c->type = static_cast<char>(*p++);
-    return true;
-}
 
 // Pads a piece of `length` units to the width: before it, or after it with '-'.
 // Strings and characters pad with '0' under the 0 flag, as the platform does.
 template <class PutPiece>
-void PutPadded(WideSink& sink, const Conversion& c, int64_t length, PutPiece putPiece) {
+void PutPadded(WideSink& sink, const FormatSpec& c, int64_t length, PutPiece putPiece) {
     const int64_t pad = c.width > length ? c.width - length : 0;
     if (!c.left) sink.Repeat(c.zero ? u'0' : u' ', pad);
     putPiece();
     if (c.left) sink.Repeat(u' ', pad);
 }
 
-void PutWideString(WideSink& sink, const Conversion& c, const char16_t* text) {
+void PutWideString(WideSink& sink, const FormatSpec& c, const char16_t* text) {
     if (!text) text = u"(null)";
     int64_t length = 0;
     while ((c.precision < 0 || length < c.precision) && text[length]) ++length;
@@ -166,7 +86,7 @@ int64_t NarrowReadLength(const char* text, int precision) {
 }
 
 // False when the text cannot be converted: longer than an int, or no room for it.
-bool PutNarrowString(WideSink& sink, const Conversion& c, const char* text) {
+bool PutNarrowString(WideSink& sink, const FormatSpec& c, const char* text) {
     if (!text) text = "(null)";
     const int64_t bytes = NarrowReadLength(text, c.precision);
     if (bytes > INT_MAX) return false;
@@ -180,18 +100,15 @@ bool PutNarrowString(WideSink& sink, const Conversion& c, const char* text) {
     return true;
 }
 
-void PutCharacter(WideSink& sink, const Conversion& c, char16_t unit) {
+void PutCharacter(WideSink& sink, const FormatSpec& c, char16_t unit) {
     PutPadded(sink, c, 1, [&] { sink.Put(unit); });
 }
 
 // One conversion of the C library, widened; its output is ASCII.
 template <class VALUE>
-bool PutNumber(WideSink& sink, const Conversion& c, const char* size, VALUE value) {
+bool PutNumber(WideSink& sink, const FormatSpec& c, const char* size, VALUE value) {
     char spec[64];
-    int n = snprintf(spec, sizeof(spec), "%%%s", c.flags);
-    if (c.width >= 0) n += snprintf(spec + n, sizeof(spec) - n, "%d", c.width);
-    if (c.precision >= 0) n += snprintf(spec + n, sizeof(spec) - n, ".%d", c.precision);
-    snprintf(spec + n, sizeof(spec) - n, "%s%c", size, c.type);
+    ComposeCFormat(c, size, spec);
 
     char room[512];
     int length = snprintf(room, sizeof(room), spec, value);
@@ -207,56 +124,15 @@ bool PutNumber(WideSink& sink, const Conversion& c, const char* size, VALUE valu
     return true;
 }
 
-// An integer argument by its size prefix, in its signed or unsigned form.
-template <bool SIGNED, class T>
-using IntOf = typename std::conditional<SIGNED, T, typename std::make_unsigned<T>::type>::type;
-
 template <bool SIGNED>
-bool PutInteger(WideSink& sink, const Conversion& c, va_list& args) {
-    typedef IntOf<SIGNED, int> Int;  // va_arg is a macro: no commas in its type
-    typedef IntOf<SIGNED, long> Long;
-    typedef IntOf<SIGNED, long long> LongLong;
-    typedef IntOf<SIGNED, intmax_t> IntMax;
-    typedef IntOf<SIGNED, ptrdiff_t> PtrDiff;
-    typedef IntOf<SIGNED, int32_t> Int32;
-    LongLong v;
-    switch (c.size) {
-        case Size::kNone:
-            v = va_arg(args, Int);
-            break;
-        case Size::kHH:  // promoted to int on the way
-            v = static_cast<IntOf<SIGNED, signed char>>(va_arg(args, Int));
-            break;
-        case Size::kH:
-            v = static_cast<IntOf<SIGNED, short>>(va_arg(args, Int));
-            break;
-        case Size::kL:
-            v = va_arg(args, Long);
-            break;
-        case Size::kLL:
-        case Size::kI64:
-            v = va_arg(args, LongLong);
-            break;
-        case Size::kJ:
-            v = va_arg(args, IntMax);
-            break;
-        case Size::kZ:
-        case Size::kT:
-        case Size::kI:
-            v = va_arg(args, PtrDiff);
-            break;
-        case Size::kI32:
-            v = va_arg(args, Int32);
-            break;
-        default:
-            return false;  // L and the like have no integer meaning
-    }
-    return PutNumber(sink, c, "ll", v);
+bool PutInteger(WideSink& sink, const FormatSpec& c, va_list& args) {
+    typename std::conditional<SIGNED, long long, unsigned long long>::type v;
+    return ReadIntegerArgument<SIGNED>(c, args, &v) && PutNumber(sink, c, "ll", v);
 }
 
-bool PutConversion(WideSink& sink, const Conversion& c, va_list& args) {
-    const bool narrowForm = c.size == Size::kH || c.size == Size::kHH;
-    const bool wideForm = c.size == Size::kL;
+bool PutConversion(WideSink& sink, const FormatSpec& c, va_list& args) {
+    const bool narrowForm = c.size == FormatSize::kH || c.size == FormatSize::kHH;
+    const bool wideForm = c.size == FormatSize::kL;
     switch (c.type) {
         case '%':
             sink.Put(u'%');
@@ -295,7 +171,7 @@ bool PutConversion(WideSink& sink, const Conversion& c, va_list& args) {
         case 'G':
         case 'a':
         case 'A':
-            if (c.size == Size::kLongDouble)
+            if (c.size == FormatSize::kLongDouble)
                 return PutNumber(sink, c, "L", va_arg(args, long double));
             return PutNumber(sink, c, "", va_arg(args, double));
         case 'p':
@@ -322,8 +198,8 @@ int FormatWideV(char16_t* out, int capacity, const char16_t* fmt, va_list args) 
             continue;
         }
         ++p;
-        Conversion c;
-        valid = ParseConversion(p, walk, &c) && PutConversion(sink, c, walk);
+        FormatSpec c;
+        valid = ParseFormatSpec(p, walk, kSizePrefixes, &c) && PutConversion(sink, c, walk);
     }
     va_end(walk);
     const int result = sink.Finish();

@@ -1,0 +1,163 @@
+// The narrow formatter against the C library, which is the reference for every
+// byte: the common conversions, sweeps of flags, widths, precisions and sizes,
+// doubles of every magnitude, the rounding mode, the forms left to the C library,
+// and output cut at the capacity.
+#include <gtest/gtest.h>
+
+#include <cfenv>
+#include <climits>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <random>
+#include <string>
+
+#include "narrowformat.h"
+
+// The tests hand the C library null strings and texts cut at the capacity on
+// purpose: that is what they compare.
+#pragma GCC diagnostic ignored "-Wformat-truncation"
+#pragma GCC diagnostic ignored "-Wformat-overflow"
+
+namespace {
+
+// Both formatters with the same arguments into the same room: the same bytes,
+// including what stands behind the terminator, and the same result.
+template <class... Args>
+void ExpectAsCLibraryIn(size_t capacity, const char* fmt, Args... args) {
+    std::string ours(capacity + 1, '\x7f'), theirs(capacity + 1, '\x7f');
+    const int expected = snprintf(capacity ? &theirs[0] : nullptr, capacity, fmt, args...);
+    EXPECT_EQ(expected, FormatNarrow(capacity ? &ours[0] : nullptr, capacity, fmt, args...)) << fmt;
+    EXPECT_EQ(theirs, ours) << fmt;
+}
+
+template <class... Args>
+void ExpectAsCLibrary(const char* fmt, Args... args) {
+    ExpectAsCLibraryIn(300, fmt, args...);
+}
+
+TEST(NarrowFormat, WritesTheCommonConversionsAsTheCLibrary) {
+    ExpectAsCLibrary("message %d from %s took %.3f ms", 42, "worker", 1.542);
+    ExpectAsCLibrary("");
+    ExpectAsCLibrary("no conversion at all");
+    ExpectAsCLibrary("%d %i %u %d %u", INT_MIN, INT_MAX, UINT_MAX, 0, 0u);
+    ExpectAsCLibrary("%hhd %hhu %hd %hu", 300, 300, 70000, 70000);
+    ExpectAsCLibrary("%ld %lu %lld %llu", LONG_MIN, ULONG_MAX, LLONG_MIN, ULLONG_MAX);
+    ExpectAsCLibrary("%jd %zu %zd %td %qd %Zu", INTMAX_MIN, SIZE_MAX, static_cast<ptrdiff_t>(-5),
+                     PTRDIFF_MIN, LLONG_MAX, static_cast<size_t>(7));
+    ExpectAsCLibrary("%o %x %X %#o %#x %#X %#o %#x", 8u, 255u, 255u, 8u, 255u, 255u, 0u, 0u);
+    ExpectAsCLibrary("%+.0d|%.0d|%#.0o|%#5.3x|%-05d|%0-5d|% +d|%#.3o|%+u|% x", 0, 0, 0u, 10u, 42,
+                     42, 7, 8u, 5u, 255u);
+    ExpectAsCLibrary("%*d|%-*d|%*d|%.*d|%.*d", 6, 42, 6, 42, -6, 42, 4, 7, -4, 7);
+    ExpectAsCLibrary("%c|%5c|%-5c|%05c|%c", 'a', 'b', 'c', 'd', 0x1E2);
+    ExpectAsCLibrary("%s|%8s|%-8s|%.2s|%8.2s|%08s|%.10s|%s", "abc", "abc", "abc", "abc", "abc",
+                     "abc", "中文", "");
+    ExpectAsCLibrary("%%|%d%%", 5);
+    ExpectAsCLibrary("%f %F %.0f %.0f %.0f %#.0f %.1f", 1.5, 2.5, 0.5, 1.5, 2.5, 2.0, 0.25);
+    ExpectAsCLibrary("%+f|% f|%08.2f|%-8.2f|%+08.1f|% .3f|%#8.0f", 3.25, 3.25, -3.25, -3.25, -1.25,
+                     0.0005, 7.0);
+    ExpectAsCLibrary("%.3f %.3f %.3f %f %.2f", -0.0, -0.0004, 0.0005, 1e-320, 9.995);
+    ExpectAsCLibrary("%e %.2E %g %G %a %A %10.3e %-+12g|%le", 12345.678, 1e-5, 0.0001, 1e20, 1.0,
+                     -0.5, 3.5, 2.5, 6.0);
+    ExpectAsCLibrary("%p %20p %-20p|", static_cast<void*>(&errno), nullptr, &errno);
+}
+
+// Every combination of the flags, some widths and precisions, each size prefix and
+// each integer conversion, over values at the edges of their types.
+TEST(NarrowFormat, IntegersMatchForEveryFlagWidthPrecisionAndSize) {
+    const char* const flags[] = {"",   "-",  "+",  " ",     "#",  "0", "-0",
+                                 "+0", " 0", "#0", "-+ #0", "+ ", "#-"};
+    const char* const widths[] = {"", "1", "5", "24"};
+    const char* const precisions[] = {"", ".", ".0", ".1", ".6", ".22"};
+    const char* const sizes[] = {"hh", "h", "", "l", "ll", "j", "z", "t"};
+    const long long values[] = {0,   1,     -1,      7,       42,        -42,      255,
+                                256, 65535, INT_MAX, INT_MIN, LLONG_MAX, LLONG_MIN};
+    for (const char* flag : flags)
+        for (const char* width : widths)
+            for (const char* precision : precisions)
+                for (const char* size : sizes)
+                    for (char type : std::string("diuoxX")) {
+                        const std::string fmt =
+                            std::string("[%") + flag + width + precision + size + type + "]";
+                        for (long long v : values) {
+                            const std::string s = size;
+                            if (s == "l" || s == "ll" || s == "j" || s == "z" || s == "t")
+                                ExpectAsCLibrary(fmt.c_str(), v);
+                            else
+                                ExpectAsCLibrary(fmt.c_str(), static_cast<int>(v));
+                        }
+                    }
+}
+
+// The exact value rounded to nearest, ties to even, for doubles of every exponent
+// and precision, the specials among them; and in the other rounding modes, which
+// the C library honours.
+TEST(NarrowFormat, FixedMatchesForDoublesOfEveryMagnitude) {
+    const double specials[] = {0.0,
+                               -0.0,
+                               0.5,
+                               1.5,
+                               2.5,
+                               0.125,
+                               0.375,
+                               1e-300,
+                               4.9e-324,
+                               2.2250738585072014e-308,
+                               1e15,
+                               9.2233720368547758e18,
+                               1.8446744073709552e19,
+                               1e300,
+                               INFINITY,
+                               -INFINITY,
+                               NAN,
+                               -NAN,
+                               1.0005,
+                               123.456,
+                               0.1,
+                               1e22};
+    const char* const forms[] = {"%.0f",  "%.1f",  "%.3f",  "%f",       "%.9f",     "%.17f",
+                                 "%.18f", "%.30f", "%#.0f", "%+010.2f", "%- 12.4f", "%F"};
+    for (double v : specials)
+        for (const char* form : forms) ExpectAsCLibrary(form, v);
+
+    std::mt19937_64 random(20240611);
+    for (int i = 0; i < 20000; ++i) {
+        uint64_t bits = random();
+        double v;
+        memcpy(&v, &bits, sizeof(v));
+        // Spread the values over the exponents that fixed notation meets most.
+        if (i % 2) v = std::ldexp(static_cast<double>(random() >> 11), -static_cast<int>(i % 80));
+        char fmt[16];
+        snprintf(fmt, sizeof(fmt), "%%.%df", static_cast<int>(random() % 19));
+        ExpectAsCLibrary(fmt, v);
+    }
+
+    for (int mode : {FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) {
+        ASSERT_EQ(0, fesetround(mode));
+        ExpectAsCLibrary("%.1f %.1f %.0f %.3f", 0.25, -0.25, 2.5, 1.0005);
+    }
+    fesetround(FE_TONEAREST);
+}
+
+TEST(NarrowFormat, LeavesTheRareFormsToTheCLibrary) {
+    ExpectAsCLibrary("%1$d-%1$d", 7);
+    ExpectAsCLibrary("%'d|%'.2f", 1234567, 1234.5);
+    ExpectAsCLibrary("%ls|%lc|%S", L"wide", static_cast<wint_t>(L'w'), L"S");
+    ExpectAsCLibrary("%Lf %Le", 1.5L, 2.5L);
+    ExpectAsCLibrary("%s|%.3s|%10s", static_cast<const char*>(nullptr),
+                     static_cast<const char*>(nullptr), static_cast<const char*>(nullptr));
+    errno = ENOENT;
+    ExpectAsCLibrary("%m");
+    ExpectAsCLibrary("%5%|%-3%|");
+    ExpectAsCLibrary("%Ld %hhs %y %", 5LL, "x");
+    ExpectAsCLibrary("%700e|%.200f", 1.5, 1e300);
+}
+
+TEST(NarrowFormat, CutsAtTheCapacityAsTheCLibrary) {
+    for (size_t capacity : {0, 1, 2, 5, 9, 10, 11, 40})
+        ExpectAsCLibraryIn(capacity, "%s=%05d|%.2f|%c", "key", 42, 3.14159, 'z');
+    ExpectAsCLibraryIn(3, "%ls", L"left to the C library");
+}
+
+}  // namespace
