@@ -4,6 +4,7 @@
 
 #include <climits>
 #include <cstdio>
+#include <cstring>
 
 #include "eventhead.h"
 #include "logfilelist.h"
@@ -84,13 +85,23 @@ const char16_t* HeadInWidth(const char* head, int headLen, char16_t (&room)[kEve
 // Splits at LF; a CR before the LF stays in the line, and a last LF makes no
 // further line:  "a\n" -> "a";  "\n\n" -> "", "";  "a\r\nb" -> "a\r", "b".
 // Every line carries the same head; type 31 carries the empty one.
+// The end of a line: its LF or the terminating zero. Narrow text is searched with
+// the C library's vectorised routine (a tenth of a short event's cost by the unit).
+const char* LineEnd(const char* line) {
+    const char* lf = strchr(line, '\n');
+    return lf ? lf : line + strlen(line);
+}
+const char16_t* LineEnd(const char16_t* line) {
+    while (*line && *line != u'\n') ++line;
+    return line;
+}
+
 template <class CHAR>
 void EmitLines(LogContext& log, int type, const CHAR* head, int headLen, const CHAR* text) {
     static const CHAR kNoHead[1] = {0};
     const bool raw = type == kRawEventType;
     for (const CHAR* line = text;;) {
-        const CHAR* end = line;
-        while (*end && *end != '\n') ++end;
+        const CHAR* end = LineEnd(line);
         EmitLineOf(log, type, raw ? kNoHead : head, raw ? 0 : headLen, line,
                    static_cast<int>(end - line));
         if (*end == 0 || end[1] == 0) break;

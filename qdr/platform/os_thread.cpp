@@ -14,7 +14,11 @@ namespace os {
 
 namespace {
 
-thread_local uint32_t t_threadId = 0;
+// Initial-exec: read at a fixed offset from the thread pointer, where the default
+// model of a shared library calls __tls_get_addr at each read, and the engine asks
+// for the id five times per event. A library loaded later by dlopen takes these 4
+// bytes from the static reserve the C library keeps for that.
+__attribute__((tls_model("initial-exec"))) thread_local uint32_t t_threadId = 0;
 
 // A forked child is a new thread with the parent's thread-local copy.
 void ResetThreadIdInChild() {

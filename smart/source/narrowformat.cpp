@@ -29,11 +29,11 @@ public:
     NarrowSink(char* out, size_t capacity) : out_(capacity ? out : nullptr), cap_(capacity) {}
 
     void Append(const char* text, size_t n) {
-        if (out_ && length_ < cap_ - 1) memcpy(out_ + length_, text, Fitting(n));
+        if (n && out_ && length_ < cap_ - 1) memcpy(out_ + length_, text, Fitting(n));
         length_ += n;
     }
     void Fill(char c, size_t n) {
-        if (out_ && length_ < cap_ - 1) memset(out_ + length_, c, Fitting(n));
+        if (n && out_ && length_ < cap_ - 1) memset(out_ + length_, c, Fitting(n));
         length_ += n;
     }
     // The terminator; the length, or -1 beyond INT_MAX (left to the C library).
