@@ -55,10 +55,13 @@ void Log(int index) {
         << std::setprecision(3) << ValueOf(index) << " ms";
 }
 
-void LogDisabled(int index) {
-    BOOST_LOG_SEV(ThreadLogger(), kDebug)
-        << "message " << index << " from " << kSender << " took " << std::fixed
-        << std::setprecision(3) << ValueOf(index) << " ms";
+void LogDisabled(int calls) {
+    for (int i = 0; i < calls; ++i) {
+        BOOST_LOG_SEV(ThreadLogger(), kDebug)
+            << "message " << i << " from " << kSender << " took " << std::fixed
+            << std::setprecision(3) << ValueOf(i) << " ms";
+        NextTurn();
+    }
 }
 
 void Close() {

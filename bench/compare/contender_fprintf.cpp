@@ -32,8 +32,11 @@ void Log(int index) {
     if (__atomic_load_n(&g_level, __ATOMIC_RELAXED) <= 1) Write(index);
 }
 
-void LogDisabled(int index) {
-    if (__atomic_load_n(&g_level, __ATOMIC_RELAXED) <= 0) Write(index);
+void LogDisabled(int calls) {
+    for (int i = 0; i < calls; ++i) {
+        if (__atomic_load_n(&g_level, __ATOMIC_RELAXED) <= 0) Write(i);
+        NextTurn();
+    }
 }
 
 void Close() {

@@ -22,9 +22,12 @@ void Log(int index) {
               << std::setprecision(3) << ValueOf(index) << " ms";
 }
 
-void LogDisabled(int index) {
-    VLOG(1) << "message " << index << " from " << kSender << " took " << std::fixed
-            << std::setprecision(3) << ValueOf(index) << " ms";
+void LogDisabled(int calls) {
+    for (int i = 0; i < calls; ++i) {
+        VLOG(1) << "message " << i << " from " << kSender << " took " << std::fixed
+                << std::setprecision(3) << ValueOf(i) << " ms";
+        NextTurn();
+    }
 }
 
 void Close() {

@@ -26,7 +26,7 @@ void ReadConfig(LogContext& log) {
     LogLock lock(log);
     if (!lock.Held() || log.readingConfig_) return;
     ReadingGuard reading(log.readingConfig_);
-    if (!IsElapsed(GetTickCount(), log.lastReadConfigTick_, 500u)) return;
+    if (!IsElapsed(GetTickCount(), static_cast<uint32_t>(log.lastReadConfigTick_), 500u)) return;
     // No qdlog.ini: the settings and canModifyConfig_ stay as they are.
     log.firstReadConfig_ = 0;
     log.lastReadConfigTick_ = GetTickCount();

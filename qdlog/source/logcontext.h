@@ -79,7 +79,8 @@ public:
     Mutex lock_{0};
     Relaxed<int32_t> canModifyConfig_;
     Relaxed<int32_t> firstReadConfig_;
-    uint32_t lastReadConfigTick_;
+    // Read without the lock by GetQDLogMaskPtr's test whether a pass may be due.
+    Relaxed<uint32_t> lastReadConfigTick_;
     int32_t readingConfig_;
     // Plain, since the application reads it through GetQDLogMaskPtr; the engine
     // stores it with one atomic store.

@@ -17,6 +17,16 @@ uint32_t ReadTickOffset() {
     return static_cast<uint32_t>(strtoull(text, nullptr, 0));
 }
 
+// Milliseconds of a monotonic clock cut to 32 bits, plus QDR_TICK_OFFSET.
+uint32_t TickOf(clockid_t clock) {
+    static const uint32_t offset = ReadTickOffset();
+    timespec ts;
+    clock_gettime(clock, &ts);
+    uint64_t ms =
+        static_cast<uint64_t>(ts.tv_sec) * 1000u + static_cast<uint64_t>(ts.tv_nsec) / 1000000u;
+    return static_cast<uint32_t>(ms) + offset;
+}
+
 }  // namespace
 
 int64_t SystemTimeAsFileTime() {
@@ -26,12 +36,18 @@ int64_t SystemTimeAsFileTime() {
 }
 
 uint32_t TickCount() {
-    static const uint32_t offset = ReadTickOffset();
-    timespec ts;
-    clock_gettime(CLOCK_MONOTONIC, &ts);
-    uint64_t ms =
-        static_cast<uint64_t>(ts.tv_sec) * 1000u + static_cast<uint64_t>(ts.tv_nsec) / 1000000u;
-    return static_cast<uint32_t>(ms) + offset;
+    return TickOf(CLOCK_MONOTONIC);
+}
+
+uint32_t CoarseTickCount() {
+    return TickOf(CLOCK_MONOTONIC_COARSE);
+}
+
+uint32_t CoarseTickLag() {
+    timespec resolution;
+    if (clock_getres(CLOCK_MONOTONIC_COARSE, &resolution) != 0 || resolution.tv_sec > 0)
+        return UINT32_MAX / 2;
+    return static_cast<uint32_t>((resolution.tv_nsec + 999999) / 1000000) * 2 + 1;
 }
 
 bool LocalTime(int64_t seconds, std::tm* out) {
