@@ -131,30 +131,22 @@ static inline void QDLogEventW(int type, const char16_t* fmt, ...) {
 #define QDLOG_TYPE_EVENT 25   /* "事件" */
 #define QDLOG_TYPE_RAW 31     /* no head, no line end */
 
-/* How often a disabled level asks the library again: at every QDLOG_RECHECK_EVERY-th
- * test of a thread (in each source file). Define it as 1 before including this
- * header to ask at every test. */
-#ifndef QDLOG_RECHECK_EVERY
-#define QDLOG_RECHECK_EVERY 64u
-#endif
-
 /* Whether the level of `bit` is on, as the level macros ask it. An enabled level
- * calls GetQDLogMaskPtr() before its event, as the library expects (that call keeps
- * qdlog.ini in force). A disabled one tests the word that the thread's last call
- * returned (its address never changes) and calls again only at every
- * QDLOG_RECHECK_EVERY-th test, so that it costs about a nanosecond instead of the
- * call. A level that qdlog.ini switches on shows after the next pass, which any
- * enabled event of the process runs when it is due, or else this thread's next
- * call. The loads are atomic: a configuration pass stores the word meanwhile. */
+ * calls GetQDLogMaskPtr() before its event, as the library expects: that call keeps
+ * qdlog.ini in force. A disabled one only tests the mask word, whose address the
+ * first call returned (it never changes), so it costs a load and a test instead of
+ * the call: under a nanosecond, where the call costs several. A level that
+ * qdlog.ini switches on shows after the next pass, which the next enabled event of
+ * the process runs (passes are at most every 500 ms); a program that logs nothing
+ * at an enabled level and must still follow qdlog.ini calls GetQDLogMaskPtr()
+ * itself now and then. The loads are atomic: a pass stores the word meanwhile. */
 static inline int QDLogLevelOn(uint32_t bit) {
-    static __thread uint32_t* mask;
-    static __thread unsigned disabledTests;
-    if (mask && !(__atomic_load_n(mask, __ATOMIC_RELAXED) & bit) &&
-        ++disabledTests < QDLOG_RECHECK_EVERY)
-        return 0;
-    disabledTests = 0;
-    mask = GetQDLogMaskPtr();
-    return (__atomic_load_n(mask, __ATOMIC_RELAXED) & bit) != 0;
+    static uint32_t* mask; /* the same on every call, so threads may share it */
+    uint32_t* const known = __atomic_load_n(&mask, __ATOMIC_RELAXED);
+    if (known && !(__atomic_load_n(known, __ATOMIC_RELAXED) & bit)) return 0;
+    uint32_t* const fresh = GetQDLogMaskPtr();
+    if (!known) __atomic_store_n(&mask, fresh, __ATOMIC_RELAXED);
+    return (__atomic_load_n(fresh, __ATOMIC_RELAXED) & bit) != 0;
 }
 
 /* Tests the level first: its arguments are not evaluated and nothing is formatted
