@@ -17,8 +17,8 @@ int FormatCpuTicks(int64_t difference, char (&out)[kCpuTicksChars]) {
 
 // The pieces copied one after the other: the bytes of "%s%s|%s%c", in a tenth of
 // snprintf's time.
-int BuildEventHead(const char* time, const char* cycles, const char* title, uint32_t separator,
-                   char (&out)[kEventHeadChars]) {
+int BuildEventHead(const char* time, int timeLen, const char* cycles, int cyclesLen,
+                   const char* title, uint32_t separator, char (&out)[kEventHeadChars]) {
     char* p = out;
     char* const last = out + sizeof(out) - 1;
     const auto put = [&](const char* piece, size_t length) {
@@ -27,8 +27,8 @@ int BuildEventHead(const char* time, const char* cycles, const char* title, uint
         p += length;
     };
     const char separatorByte = static_cast<char>(separator);
-    put(time, strlen(time));
-    put(cycles, strlen(cycles));
+    put(time, static_cast<size_t>(timeLen));
+    put(cycles, static_cast<size_t>(cyclesLen));
     put("|", 1);
     put(title, strlen(title));
     put(&separatorByte, 1);

@@ -37,6 +37,7 @@ private:
 //   -125000 -> "|CPU-ticks -0000012.500万"
 int FormatCpuTicks(int64_t difference, char (&out)[kCpuTicksChars]);
 
-// "%s%s|%s%c" of time, cycles (or ""), title and separator. Returns its length.
-int BuildEventHead(const char* time, const char* cycles, const char* title, uint32_t separator,
-                   char (&out)[kEventHeadChars]);
+// "%s%s|%s%c" of time, cycles (none when cyclesLen is 0), title and separator;
+// time and cycles come with their lengths. Returns its length.
+int BuildEventHead(const char* time, int timeLen, const char* cycles, int cyclesLen,
+                   const char* title, uint32_t separator, char (&out)[kEventHeadChars]);

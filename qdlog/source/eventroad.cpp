@@ -126,21 +126,26 @@ void LogEventV(int type, const CHAR* fmt, va_list args) {
     // Formatted straight into the inline room: a text of up to 1023 characters costs
     // one walk of the format and no heap. Only a longer one is formatted again, into
     // a buffer of the length the first walk measured; one beyond the formatter's
-    // count or the block limit gets no buffer, and the check below drops it.
-    SmartBuf<CHAR, 1024> buf(1024);
+    // count or the block limit gets no buffer, and the check below drops it. The
+    // room is a plain array rather than a SmartBuf of 1024, which would fill all of
+    // it with 0xCD at every event (a twentieth of a short event's cost).
+    CHAR room[1024];
     va_list formatArgs;
     va_copy(formatArgs, args);
-    const int fmtLen = Width<CHAR>::Format(buf.Get(), buf.Length(), fmt, formatArgs);
+    const int fmtLen = Width<CHAR>::Format(room, 1024, fmt, formatArgs);
     va_end(formatArgs);
     int ret = fmtLen;
-    if (fmtLen >= buf.Length()) {
+    const CHAR* text = room;
+    SmartBuf<CHAR, 0> heap(0);
+    if (fmtLen >= 1024) {
         ret = -1;
         if (fmtLen < Width<CHAR>::kFormatCount) {
-            buf.Resize(fmtLen + 1);
-            if (buf.Get() && buf.Length() == fmtLen + 1) {
+            heap.Resize(fmtLen + 1);
+            if (heap.Get() && heap.Length() == fmtLen + 1) {
                 va_copy(formatArgs, args);
-                ret = Width<CHAR>::Format(buf.Get(), buf.Length(), fmt, formatArgs);
+                ret = Width<CHAR>::Format(heap.Get(), heap.Length(), fmt, formatArgs);
                 va_end(formatArgs);
+                text = heap.Get();
             }
         }
     }
@@ -149,7 +154,7 @@ void LogEventV(int type, const CHAR* fmt, va_list args) {
     // clang-format on
     // An empty text writes nothing at all, not even a head.
     if (ret < 1) return;
-    PrintEvent(type, buf.Get());
+    PrintEvent(type, text);
 }
 
 EventMoment TakeEventMoment() {
@@ -182,14 +187,16 @@ void PrintEventAt(LogContext& log, int type, const CHAR* text, const EventMoment
 
     // A time that cannot be broken down leaves all fields 0; the event still goes.
     char time[kSystemTimeTextSize];
-    log.headClock_.Format(moment.now, log.printMSEL_ != 0, time);
-    char cycles[kCpuTicksChars] = "";
+    const int timeLen = log.headClock_.Format(moment.now, log.printMSEL_ != 0, time);
+    char cycles[kCpuTicksChars];
+    int cyclesLen = 0;
     if (printCycles) {
-        FormatCpuTicks(static_cast<int64_t>(cycle - log.lastCpuCycle_), cycles);
+        cyclesLen = FormatCpuTicks(static_cast<int64_t>(cycle - log.lastCpuCycle_), cycles);
         log.lastCpuCycle_ = cycle;
     }
     char head[kEventHeadChars];
-    const int headLen = BuildEventHead(time, cycles, log.titles_[type], log.titleSeparator_, head);
+    const int headLen = BuildEventHead(time, timeLen, cycles, cyclesLen, log.titles_[type],
+                                       log.titleSeparator_, head);
 
     // Whether the file is full, or open at all, is asked at most once a second.
     if (log.lastEventMSEL_ / 1000 != moment.now / 1000) CheckLogFile(log, moment.now);

@@ -14,15 +14,9 @@ namespace os {
 
 namespace {
 
-// Initial-exec: read at a fixed offset from the thread pointer, where the default
-// model of a shared library calls __tls_get_addr at each read, and the engine asks
-// for the id five times per event. A library loaded later by dlopen takes these 4
-// bytes from the static reserve the C library keeps for that.
-__attribute__((tls_model("initial-exec"))) thread_local uint32_t t_threadId = 0;
-
 // A forked child is a new thread with the parent's thread-local copy.
 void ResetThreadIdInChild() {
-    t_threadId = 0;
+    t_knownThreadId = 0;
 }
 
 struct AtForkRegistration {
@@ -58,9 +52,11 @@ pthread_mutex_t* AsMutex(CriticalSection* cs) {
 
 }  // namespace
 
-uint32_t CurrentThreadId() {
-    if (t_threadId == 0) t_threadId = static_cast<uint32_t>(syscall(SYS_gettid));
-    return t_threadId;
+__thread uint32_t t_knownThreadId = 0;
+
+uint32_t QueryCurrentThreadId() {
+    t_knownThreadId = static_cast<uint32_t>(syscall(SYS_gettid));
+    return t_knownThreadId;
 }
 
 uint32_t CurrentProcessId() {

@@ -106,7 +106,8 @@ bool ParseFormatSpec(const CHAR*& p, va_list& args, const FormatSizePrefix<CHAR>
         }
     }
     for (const FormatSizePrefix<CHAR>& prefix : prefixes) {
-        size_t n = 0;
+        if (prefix.text[0] != *p) continue;  // most conversions have no prefix
+        size_t n = 1;
         while (prefix.text[n] && p[n] == prefix.text[n]) ++n;
         if (prefix.text[n] == 0) {
             c->size = prefix.size;
