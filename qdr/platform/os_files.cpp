@@ -462,7 +462,15 @@ bool SetStreamFileLength(FILE* stream, int64_t length) {
     return stream && length >= 0 && ftruncate(fileno(stream), static_cast<off_t>(length)) == 0;
 }
 
+// Straight into the stream's buffer when it has the room, as the C library's own
+// putc_unlocked does; otherwise (the first write, a full buffer) by its fwrite.
 size_t WriteStreamUnlocked(FILE* stream, const void* data, size_t bytes) {
+    if (stream->_IO_write_ptr &&
+        static_cast<size_t>(stream->_IO_write_end - stream->_IO_write_ptr) >= bytes) {
+        memcpy(stream->_IO_write_ptr, data, bytes);
+        stream->_IO_write_ptr += bytes;
+        return bytes;
+    }
     return fwrite_unlocked(data, 1, bytes, stream);
 }
 

@@ -117,8 +117,9 @@ FILE* OpenAppendingStream(const char* path, const char* mode);
 int64_t FileSizeOfStream(FILE* stream);
 // Sets the end of the file under a stream, which the caller has flushed.
 bool SetStreamFileLength(FILE* stream, int64_t length);
-// fwrite without the stream's own lock (fwrite_unlocked), for a stream that a lock
-// of the caller already guards. The number of bytes taken.
+// fwrite without the stream's own lock, for a stream that a lock of the caller
+// already guards: a copy into the stream's buffer while it has room, else
+// fwrite_unlocked. The number of bytes taken.
 size_t WriteStreamUnlocked(FILE* stream, const void* data, size_t bytes);
 // Bytes written into the stream's buffer that have not reached the system yet.
 size_t PendingStreamBytes(FILE* stream);

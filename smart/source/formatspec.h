@@ -38,6 +38,16 @@ struct FormatSizePrefix {
     FormatSize size;
 };
 
+// The letters that begin a prefix of the table, as bits above '@' (0x40): the
+// parser looks the table up only behind such a letter, and no conversion character
+// is one, so a conversion without a prefix costs one test instead of the walk.
+template <class CHAR, size_t N>
+constexpr uint64_t SizePrefixStarts(const FormatSizePrefix<CHAR> (&prefixes)[N]) {
+    uint64_t starts = 0;
+    for (size_t i = 0; i < N; ++i) starts |= uint64_t(1) << (prefixes[i].text[0] - 0x40);
+    return starts;
+}
+
 namespace format_spec_detail {
 
 template <class CHAR>
@@ -61,14 +71,15 @@ bool ReadNumber(const CHAR*& p, int* value) {
 
 // Parses what follows a '%' up to and including the conversion character, taking
 // '*' values from `args`. The prefixes are tried in their order, so a longer one
-// must stand before its own beginning ("hh" before "h"). False when a number
+// must stand before its own beginning ("hh" before "h"); `prefixStarts` is
+// SizePrefixStarts of them. False when a number
 // overflows an int, a '*' width is INT_MIN, or the text ends or leaves ASCII where
 // the conversion character should stand.
 //   "-08.3f" -> left, zero, width 8, precision 3, 'f'
 //   "*d" with -5 -> left, width 5, 'd'
 template <class CHAR, size_t N>
 bool ParseFormatSpec(const CHAR*& p, va_list& args, const FormatSizePrefix<CHAR> (&prefixes)[N],
-                     FormatSpec* c) {
+                     uint64_t prefixStarts, FormatSpec* c) {
     using format_spec_detail::IsDigit;
     using format_spec_detail::ReadNumber;
     int flagCount = 0;
@@ -105,9 +116,10 @@ bool ParseFormatSpec(const CHAR*& p, va_list& args, const FormatSizePrefix<CHAR>
             return false;
         }
     }
-    for (const FormatSizePrefix<CHAR>& prefix : prefixes) {
-        if (prefix.text[0] != *p) continue;  // most conversions have no prefix
-        size_t n = 1;
+    const bool mayBePrefix = *p >= 0x40 && *p < 0x80 && (prefixStarts >> (*p - 0x40)) & 1;
+    for (size_t i = 0; mayBePrefix && i < N; ++i) {
+        const FormatSizePrefix<CHAR>& prefix = prefixes[i];
+        size_t n = 0;
         while (prefix.text[n] && p[n] == prefix.text[n]) ++n;
         if (prefix.text[n] == 0) {
             c->size = prefix.size;

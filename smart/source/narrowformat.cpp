@@ -15,12 +15,13 @@ namespace {
 
 // C's size prefixes, longest first; q and Z are the C library's other names of ll
 // and z. L, of long double, is read so that it is known, and left to the C library.
-const FormatSizePrefix<char> kSizePrefixes[] = {
+constexpr FormatSizePrefix<char> kSizePrefixes[] = {
     {"hh", FormatSize::kHH},        {"h", FormatSize::kH},   {"ll", FormatSize::kLL},
     {"l", FormatSize::kL},          {"j", FormatSize::kJ},   {"z", FormatSize::kZ},
     {"t", FormatSize::kT},          {"q", FormatSize::kI64}, {"Z", FormatSize::kI},
     {"L", FormatSize::kLongDouble},
 };
+constexpr uint64_t kSizePrefixStarts = SizePrefixStarts(kSizePrefixes);
 
 // Writes what fits before the terminator's place and counts everything, as
 // vsnprintf does.
@@ -88,6 +89,11 @@ char* DigitsInBase(uint64_t v, char type, char* end) {
 // digits, spaces. The 0 flag turns the padding into zeros after the prefix.
 void PutNumberPieces(NarrowSink& sink, const FormatSpec& c, const char* prefix, size_t prefixLen,
                      size_t zeros, const char* digits, size_t digitCount, bool zeroPadding) {
+    if (c.width < 0 && zeros == 0) {  // the usual case: nothing to pad
+        sink.Append(prefix, prefixLen);
+        sink.Append(digits, digitCount);
+        return;
+    }
     const size_t body = prefixLen + zeros + digitCount;
     size_t pad = c.width > 0 && static_cast<size_t>(c.width) > body ? c.width - body : 0;
     if (zeroPadding && !c.left) {
@@ -323,7 +329,8 @@ int64_t FormatHere(char* out, size_t capacity, const char* fmt, va_list& args) {
         }
         ++p;
         FormatSpec c;
-        if (!ParseFormatSpec(p, args, kSizePrefixes, &c) || !PutConversion(sink, c, args))
+        if (!ParseFormatSpec(p, args, kSizePrefixes, kSizePrefixStarts, &c) ||
+            !PutConversion(sink, c, args))
             return -2;
     }
     const int64_t length = sink.Finish();

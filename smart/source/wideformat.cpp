@@ -43,12 +43,13 @@ private:
 };
 
 // The platform's wide size prefixes, longest first: "hh" before "h", "I64" before "I".
-const FormatSizePrefix<char16_t> kSizePrefixes[] = {
+constexpr FormatSizePrefix<char16_t> kSizePrefixes[] = {
     {u"hh", FormatSize::kHH},   {u"h", FormatSize::kH}, {u"ll", FormatSize::kLL},
     {u"l", FormatSize::kL},     {u"w", FormatSize::kL}, {u"j", FormatSize::kJ},
     {u"z", FormatSize::kZ},     {u"t", FormatSize::kT}, {u"I64", FormatSize::kI64},
     {u"I32", FormatSize::kI32}, {u"I", FormatSize::kI}, {u"L", FormatSize::kLongDouble},
 };
+constexpr uint64_t kSizePrefixStarts = SizePrefixStarts(kSizePrefixes);
 
 // Pads a piece of `length` units to the width: before it, or after it with '-'.
 // Strings and characters pad with '0' under the 0 flag, as the platform does.
@@ -199,7 +200,8 @@ int FormatWideV(char16_t* out, int capacity, const char16_t* fmt, va_list args) 
         }
         ++p;
         FormatSpec c;
-        valid = ParseFormatSpec(p, walk, kSizePrefixes, &c) && PutConversion(sink, c, walk);
+        valid = ParseFormatSpec(p, walk, kSizePrefixes, kSizePrefixStarts, &c) &&
+                PutConversion(sink, c, walk);
     }
     va_end(walk);
     const int result = sink.Finish();
