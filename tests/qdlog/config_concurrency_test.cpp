@@ -15,7 +15,6 @@
 namespace {
 
 TEST(ConfigConcurrency, PassesRunWhileOtherThreadsLogAndSet) {
-    RemoveIni();
     ResetEngine();
     const std::string quiet = "[params]\nto_screen=0\nto_file=0\nto_debuger=0\nflush_lines=";
     const std::string files[] = {"[level]\nerror=1\n" + quiet + "20\n",
@@ -47,7 +46,6 @@ TEST(ConfigConcurrency, PassesRunWhileOtherThreadsLogAndSet) {
     EXPECT_EQ(30, QDLogGetFlushLines());
     EXPECT_EQ(0, QDLogCanConfig());
     EXPECT_GT(errors.load(), 0);
-    RemoveIni();
     ResetEngine();
 }
 

@@ -15,18 +15,17 @@ inline std::string IniPath() {
 
 // Replaces qdlog.ini as an editor does: a new file renamed over the old one.
 inline void WriteIni(const std::string& bytes) {
-    const std::string fresh = IniPath() + ".new";
-    std::ofstream(fresh, std::ios::binary) << bytes;
-    std::filesystem::rename(fresh, IniPath());
+    std::ofstream(IniPath() + ".new", std::ios::binary) << bytes;
+    std::filesystem::rename(IniPath() + ".new", IniPath());
 }
 
 inline void RemoveIni() {
     std::filesystem::remove_all(IniPath());
 }
 
-// The engine as the constructor leaves it, before its first pass: screen and file
-// off, so that events leave no traces but at the callbacks.
+// No file, and the engine as its constructor leaves it, but for screen and file off.
 inline void ResetEngine() {
+    RemoveIni();
     LogContext& log = GetLogContext();
     log.canModifyConfig_ = 1;
     log.firstReadConfig_ = 1;
@@ -42,7 +41,7 @@ inline void ResetEngine() {
     QDLogSetDir("");
 }
 
-// A pass now, whenever the last one was.
+// A pass now, whenever the last one was; the mask after it.
 inline uint32_t Pass() {
     GetLogContext().lastReadConfigTick_ = GetTickCount() - 500;
     return *GetQDLogMaskPtr();
