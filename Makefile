@@ -5,6 +5,7 @@
 #   make test-sanitize  the tests under ASan+UBSan, the concurrency tests under TSan
 #   make test-slow      the long checks (label "slow"), which the others leave out
 #   make bench          build and run the benchmarks (Release)
+#   make fuzz           build the libFuzzer targets with clang, run each FUZZ_SECONDS
 #   make format         clang-format the sources
 
 JOBS ?= $(shell nproc)
@@ -12,7 +13,9 @@ CMAKE_FLAGS ?=
 PACKAGES := build-essential cmake pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
             zlib1g-dev clang clang-format python3 tzdata binutils
 
-.PHONY: all deps build demo test test-slow test-sanitize test-asan test-tsan bench format clean
+FUZZ_SECONDS ?= 20
+
+.PHONY: all deps build demo test test-slow test-sanitize test-asan test-tsan bench fuzz format clean
 
 all: build
 
@@ -57,8 +60,24 @@ bench: deps
 	  if [ -f "$$b" ] && [ -x "$$b" ]; then echo "== $$b"; "$$b" || exit 1; fi; \
 	done
 
+# Every libFuzzer target for FUZZ_SECONDS, with clang in its own build directory. The
+# corpus grows in build-fuzz/corpus; tests/fuzz/seeds/<target> starts it.
+fuzz: deps
+	cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_COMPILER=clang \
+	  -DCMAKE_CXX_COMPILER=clang++ -DQD_SANITIZE=address,undefined,fuzzer-no-link -DQD_FUZZ=ON \
+	  -DQD_BENCH=OFF -DBUILD_TESTING=OFF $(CMAKE_FLAGS)
+	cmake --build build-fuzz -j$(JOBS) --target fuzzers
+	@for f in build-fuzz/tests/fuzz/fuzz_*; do \
+	  if [ -f "$$f" ] && [ -x "$$f" ]; then \
+	    n=$$(basename "$$f"); mkdir -p "build-fuzz/corpus/$$n"; \
+	    echo "== $$n for $(FUZZ_SECONDS) s"; \
+	    "$$f" -max_total_time=$(FUZZ_SECONDS) -max_len=4096 "build-fuzz/corpus/$$n" \
+	      $$( [ -d "tests/fuzz/seeds/$$n" ] && echo "tests/fuzz/seeds/$$n" ) || exit 1; \
+	  fi; \
+	done
+
 format:
 	git ls-files '*.h' '*.cpp' | xargs clang-format -i
 
 clean:
-	rm -rf build build-asan build-tsan build-bench
+	rm -rf build build-asan build-tsan build-bench build-fuzz

@@ -3,34 +3,12 @@
 // which it opens for the pass and leaves locked behind it.
 #include "logconfig.h"
 
-#include <cstdio>
-#include <cstring>
-
 #include "cpp_templ0.h"
 #include "inireader.h"
 #include "logdir.h"
-#include "qdr/platform/os.h"
+#include "qdfdk.h"
 
 namespace {
-
-// Stands in for ComposeFileName of the path routines, which is to replace it: the
-// directory, a '\' unless it ends in a separator, and the name; false when the
-// result would not fit, leaving "".
-//   "/opt/app/", "qdlog.ini" -> "/opt/app/qdlog.ini";  "/cwd", "qdlog.ini" -> "/cwd\qdlog.ini"
-bool ComposeFileName(const char* dir, const char* file, char (&dest)[kLogPathChars]) {
-    const size_t dirLen = strlen(dir);
-    const bool slash = dirLen > 0 && (dir[dirLen - 1] == '\\' || dir[dirLen - 1] == '/');
-    const int n = snprintf(dest, sizeof(dest), "%s%s%s", dir, slash || !dirLen ? "" : "\\", file);
-    if (n >= 0 && n < static_cast<int>(sizeof(dest))) return true;
-    dest[0] = 0;
-    return false;
-}
-
-// Stands in for IsExistFile of the path routines, which is to replace it; until
-// then a directory of that name counts as a file that cannot be read.
-bool IsExistFile(const char* name) {
-    return os::PathExists(name);
-}
 
 // Holds a flag at one value for a scope and leaves another behind.
 template <class FLAG>

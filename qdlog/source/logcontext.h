@@ -6,6 +6,8 @@
 #include <atomic>
 #include <cstdint>
 #include <map>
+#include <set>
+#include <string>
 
 #include "logfile.h"
 #include "qd_allocator.h"
@@ -43,11 +45,17 @@ typedef std::map<void*, QDLogCallback, QDLess_<void*>,
                  qd_allocator<std::pair<void* const, QDLogCallback>, CallbackPool>>
     CallbackMap;
 
+// The full paths of closed log files in plain byte order, which within one
+// directory is the order of birth. Nodes come from the set's own pool: 64 bytes each
+// on this platform (48 on a 32-bit build).
+typedef WrapperAllocator<BlockAllocator<64, 1, sys_allocator_traits, 4096>> LogPathPool;
+typedef std::set<std::string, QDLess_<std::string>, qd_allocator<std::string, LogPathPool>>
+    LogPathSet;
+
 class LogContext {
 public:
-    // The closed log files of the directory and the first sweep over them. Only
-    // the sweep's bookkeeping stands here yet; the ordered set of paths and the
-    // deletion rules over it come with retention.
+    // The closed log files of the directory, filled by the first sweep and by every
+    // switch. The deletion rules over it come with retention.
     struct LogFileList {
         LogFileList() = default;
         ~LogFileList();
@@ -57,6 +65,7 @@ public:
         OSThread initThread = 0;
         OSThreadID initThreadID = 0;
         Relaxed<int32_t> exitFlag{0};
+        LogPathSet listSet;
         int64_t totalLogBytes = 0;
         Relaxed<int32_t> initFinished{0};
     };

@@ -5,9 +5,6 @@
 // The directory beside the executable; for a Java launcher the current directory,
 // asked anew at every call.
 const char* GetExeDirA_();
-// Whether a file name is one of the Java launchers, case ignored:
-//   "JAVAW.EXE" -> true;  "java" -> true;  "javac" -> false
-bool IsJavaLauncherName(const char* name);
 
 // The log directory's text; the pointer stays valid for the life of the process.
 const char* LogDirectory();

@@ -4,38 +4,58 @@
 #include <cstring>
 
 #include "logcontext.h"
-#include "qdr/platform/os.h"
+#include "logfilelist.h"
+#include "qdfdk.h"
+#include "qdr/platform/os_files.h"
 #include "qdtime.h"
+#include "smartbuf.h"
 
 bool LogFile::Open(const char* path, const char* mode) {
-    fp_ = os::OpenFile(path, mode);
-    if (!fp_) return false;
-    snprintf(fileName_, sizeof(fileName_), "%s", path);
+    QDR_CHECK(!IsOpened());
+    if (IsOpened() || !Adopt(os::OpenAppendingStream(path, mode), path)) return false;
+    // Before any other use of the stream; the buffer lives as long as the file.
+    setvbuf(fp_, streamBuffer_, _IOFBF, sizeof(streamBuffer_));
     linesToFlush_ = 0;
     return true;
 }
 
-void LogFile::Close() {
-    if (!fp_) return;
-    // The report shows this expression as written.
-    // clang-format off
-    QDR_CHECK(0 == fclose(fp_));
-    // clang-format on
-    fp_ = nullptr;
+void LogFile::WriteLine(bool withHead, const char* head, int headLen, const char* text,
+                        int textLen) {
+    if (!withHead) headLen = 0;
+    const size_t lineBytes =
+        static_cast<size_t>(headLen) + static_cast<size_t>(textLen) + (withHead ? 2 : 0);
+    // The stream hands its buffer to the system only when told to, so what it
+    // hands over always ends at a line's end.
+    if (os::PendingStreamBytes(fp_) + lineBytes > sizeof(streamBuffer_)) fflush(fp_);
+    if (lineBytes <= sizeof(streamBuffer_)) {
+        fwrite(head, 1, static_cast<size_t>(headLen), fp_);
+        fwrite(text, 1, static_cast<size_t>(textLen), fp_);
+        if (withHead) fwrite("\r\n", 1, 2, fp_);
+    } else {
+        SmartBuf<char, 1024> line(static_cast<int32_t>(lineBytes));
+        if (line.Get()) {
+            memcpy(line.Get(), head, static_cast<size_t>(headLen));
+            memcpy(line.Get() + headLen, text, static_cast<size_t>(textLen));
+            if (withHead) memcpy(line.Get() + headLen + textLen, "\r\n", 2);
+            os::WriteStreamDirect(fp_, line.Get(), lineBytes);
+        }
+    }
+    if (withHead) ++linesToFlush_;
 }
 
-// "log" + the 14 digits of the local time + ".log"; no name for a time that has no
-// date text.
-bool ComposeLogFileName(const char* dir, MSEL now, char (&path)[kLogPathChars]) {
-    char digits[32];
-    if (!MSELToDateText(now, digits, false, false, 0, true)) {
-        path[0] = 0;
-        return false;
-    }
+void LogFile::Flush() {
+    linesToFlush_ = 0;
+    fflush(fp_);
+}
+
+bool LogFile::IsStillAtItsPath() const {
+    return os::IsStreamAtPath(fp_, path_);
+}
+
+bool ComposeLogPath(const char* dir, const char* name, char (&path)[kLogPathChars]) {
     const size_t dirLen = strlen(dir);
     const bool endsInSeparator = dirLen > 0 && (dir[dirLen - 1] == '\\' || dir[dirLen - 1] == '/');
-    const int n =
-        snprintf(path, sizeof(path), "%s%slog%s.log", dir, endsInSeparator ? "" : "\\", digits);
+    const int n = snprintf(path, sizeof(path), "%s%s%s", dir, endsInSeparator ? "" : "\\", name);
     if (n < 0 || n >= static_cast<int>(sizeof(path))) {
         path[0] = 0;
         return false;
@@ -43,29 +63,80 @@ bool ComposeLogFileName(const char* dir, MSEL now, char (&path)[kLogPathChars]) 
     return true;
 }
 
-// The plain form of the check. Still to come with the list of old files: a closed
-// file joins the list, and the first opening of a run goes on with the newest old
-// file when it is below half the limit.
+bool ComposeLogFileName(const char* dir, MSEL now, char (&path)[kLogPathChars]) {
+    char name[3 + 32 + 4];  // "log", the date text's 32 bytes of room, ".log"
+    if (!MSELToDateText(now, name + 3, false, false, 0, true)) {
+        path[0] = 0;
+        return false;
+    }
+    memcpy(name, "log", 3);
+    strcat(name, ".log");
+    return ComposeLogPath(dir, name, path);
+}
+
+namespace {
+
+void ForgetCounters(LogFile& file) {
+    file.bytesWritten_ = 0;
+    file.linesToFlush_ = 0;
+}
+
+// The newest old file, when it is below half the limit: the path to go on with.
+// It leaves the list and its bytes leave the sum.
+bool TakeNewestSmallFile(LogContext& log, char (&name)[kLogPathChars]) {
+    LogPathSet& listSet = log.logFileList_.listSet;
+    if (listSet.empty()) return false;
+    const std::string& newest = *listSet.rbegin();
+    if (newest.size() >= sizeof(name)) return false;
+    const int32_t size = static_cast<int32_t>(GetFileSizeByName(newest.c_str()));
+    if (size >= log.switchBytes_ / 2) return false;
+    strcpy(name, newest.c_str());
+    log.logFileList_.totalLogBytes -= size;
+    // clang-format off
+    QDR_CHECK(1 == log.logFileList_.listSet.erase(name));
+    // clang-format on
+    return true;
+}
+
+}  // namespace
+
 void CheckLogFile(LogContext& log, MSEL now) {
     QDR_CHECK(log.lock_.IsLockedByThreadSelf());
     if (!log.toFile_) return;  // an open file stays open and simply gets no lines
     LogFile& file = log.logFile_;
-    // Only what has reached the system counts; a failed query (-1) never switches.
-    if (file.IsOpen() && os::FileSizeOfStream(file.fp_) >= log.switchBytes_) {
-        file.Close();
-        file.bytesWritten_ = 0;
-        file.linesToFlush_ = 0;
+    bool firstOpen = true;
+    if (file.IsOpen()) {
+        firstOpen = false;
+        if (!file.IsStillAtItsPath()) {
+            // Its directory was removed (or the file itself): nobody would read
+            // what it gets. A new file opens as soon as the directory is back.
+            file.Close();
+            ForgetCounters(file);
+        } else if (GetFileSizeOfStream(file.GetStream()) >= log.switchBytes_) {
+            // Only what has reached the system counts; a failed query (-1) never
+            // switches.
+            char closed[kLogPathChars];
+            strcpy(closed, file.Name());
+            file.Close();
+            ForgetCounters(file);
+            if (ListLogFile(log.logFileList_, closed))
+                log.logFileList_.totalLogBytes += static_cast<int32_t>(GetFileSizeByName(closed));
+        }
     }
     if (file.IsOpen()) return;
 
-    char path[kLogPathChars];
-    if (!ComposeLogFileName(QDLogGetDir(), now, path)) return;
-    // A name that exists already (another process, a clock set back) is appended
-    // to, never truncated. A failed open is tried again a second later.
-    if (!os::PathExists(path))
-        file.Open(path, "wb");
-    else if (file.Open(path, "rb+"))
-        fseek(file.fp_, 0, SEEK_END);
+    // Only the first opening of a run goes on with the last run's newest file.
+    char name[kLogPathChars];
+    const bool reuse = firstOpen && TakeNewestSmallFile(log, name);
+    if (!reuse && !ComposeLogFileName(QDLogGetDir(), now, name)) return;
+    const bool exists = reuse || IsExistFile(name);
+    // An existing file (the one continued, another process's of the same second, a
+    // clock set back) is appended to, never cut. A failed open is tried again at
+    // the first event of the next second.
+    if (!exists)
+        file.Open(name, "wb");
+    else if (file.Open(name, "rb+"))
+        fseek(file.GetStream(), 0, SEEK_END);
 }
 
 void FlushLogFile(LogContext& log) {
@@ -73,8 +144,5 @@ void FlushLogFile(LogContext& log) {
     if (!lock.Held()) return;
     LogFile& file = log.logFile_;
     // Never below the threshold, also when the application asks.
-    if (file.IsOpen() && file.linesToFlush_ >= log.flushLines_) {
-        file.linesToFlush_ = 0;
-        fflush(file.fp_);
-    }
+    if (file.IsOpen() && file.linesToFlush_ >= log.flushLines_) file.Flush();
 }

@@ -1,45 +1,72 @@
 // The one open log file and its counters, driven from the event road under lock_.
+//
+// Lines reach the system whole: the stream's buffer takes a line only when all of
+// it fits, and is flushed first otherwise, and every write of the file is an
+// append. So writers in several processes that share a file (two starts in the
+// same second, or a start that goes on with the newest old file) interleave whole
+// lines and never tear or overwrite one another's.
 #pragma once
 
 #include <cstdint>
 #include <cstdio>
 
+#include "cfile.h"
 #include "qdr/qdmsel.h"
 
 class LogContext;
 
 constexpr int kLogPathChars = 512;
 
-class LogFile {
+class LogFile : public CFile {
 public:
+    // The stream's buffer: lines up to this size are handed to the system with
+    // others, a longer one on its own.
+    static constexpr int kStreamBufferBytes = 16384;
+
     LogFile() = default;
     ~LogFile() { Close(); }
     LogFile(const LogFile&) = delete;
     LogFile& operator=(const LogFile&) = delete;
 
-    bool IsOpen() const { return fp_ != nullptr; }
-    // Opens `path` with `mode`; on success the path is kept and linesToFlush_ is 0.
+    bool IsOpen() const { return IsOpened(); }
+    // "wb" makes a new file, "rb+" goes on with an existing one. On success the path
+    // is kept and linesToFlush_ is 0.
     bool Open(const char* path, const char* mode);
     // Closing flushes what the stream holds; it must succeed.
-    void Close();
+    void Close() { CFile::Close(true); }
     // The path while open, else "".
-    const char* Name() const { return fp_ ? fileName_ : ""; }
+    const char* Name() const { return fp_ ? path_ : ""; }
 
-    FILE* fp_ = nullptr;
-    char fileName_[kLogPathChars] = {};
+    // One line: the head, the text and CR LF, or for raw text (type 31) the text
+    // alone. Only lines with a head count towards linesToFlush_.
+    void WriteLine(bool withHead, const char* head, int headLen, const char* text, int textLen);
+    // fflush, and linesToFlush_ back to 0.
+    void Flush();
+    // Whether the path still names the open file (its directory may have been
+    // removed meanwhile).
+    bool IsStillAtItsPath() const;
+
     int64_t bytesWritten_ = 0;
     int32_t linesToFlush_ = 0;
+
+private:
+    char streamBuffer_[kStreamBufferBytes];
 };
 
-// The log file's name for an event at `now`: "%s%slog%s.log" with the directory, a
-// '\' unless the directory already ends in '\' or '/', and the local time in 14
-// digits. False when the path would not fit.
-//   "/var/log/app/", 2016-11-18 12:12:00 -> "/var/log/app/log20161118121200.log"
-//   "/var/log/app",  2016-11-18 12:12:00 -> "/var/log/app\log20161118121200.log"
+// The path of a log file named `name` in `dir`: the directory, a '\' unless it
+// already ends in '\' or '/', and the name. False (and "") when it would not fit.
+//   "/var/log/app/", "log20161118121200.log" -> "/var/log/app/log20161118121200.log"
+//   "/var/log/app",  "log20161118121200.log" -> "/var/log/app\log20161118121200.log"
+bool ComposeLogPath(const char* dir, const char* name, char (&path)[kLogPathChars]);
+
+// The log file's name for an event at `now`: "%s%slog%s.log" with the directory,
+// the separator as above and the local time in 14 digits. False when the path
+// would not fit or the time has no date text.
 bool ComposeLogFileName(const char* dir, MSEL now, char (&path)[kLogPathChars]);
 
-// At the first event of every second: opens a file when none is open and gives up
-// a full one for a new one. The caller holds lock_.
+// At the first event of every second: opens a file when none is open, continues
+// the newest old file at the first opening of the run, and gives up a full one
+// for a new one. The caller holds lock_.
 void CheckLogFile(LogContext& log, MSEL now);
 
 // Flushes the stream once flushLines_ lines have gathered; takes lock_.

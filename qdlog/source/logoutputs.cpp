@@ -75,17 +75,6 @@ void WriteDebugger(bool normal, const CHAR* head, const CHAR* text, int textLen)
     }
 }
 
-// The file is binary: what is written is what stands here, CR LF included.
-void WriteFile(LogFile& file, bool normal, const char* head, int headLen, const char* text,
-               int textLen) {
-    if (normal) fwrite(head, 1, static_cast<size_t>(headLen), file.fp_);
-    fwrite(text, 1, static_cast<size_t>(textLen), file.fp_);
-    if (normal) {
-        fputs("\r\n", file.fp_);
-        ++file.linesToFlush_;
-    }
-}
-
 // Walks by key rather than by iterator: after each call the walk goes on at the
 // next key above the one just called, so a callback that adds or removes entries,
 // its own included, never leaves the walk on a freed node.
@@ -111,8 +100,8 @@ void EmitLine(LogContext& log, int type, const CHAR* head, int headLen, const CH
                     narrowText.Length());
     if (log.toDebuger_) WriteDebugger(normal, head, text, textLen);
     if (log.toFile_ && log.logFile_.IsOpen())
-        WriteFile(log.logFile_, normal, narrowHead.Text(), narrowHead.Length(), narrowText.Text(),
-                  narrowText.Length());
+        log.logFile_.WriteLine(normal, narrowHead.Text(), narrowHead.Length(), narrowText.Text(),
+                               narrowText.Length());
     CallCallbacks(log, type, narrowHead.Text(), narrowHead.Length(), narrowText.Text(),
                   narrowText.Length());
 }

@@ -6,7 +6,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <ctime>
 
 namespace os {
@@ -111,22 +110,7 @@ const char* GetEnv(const char* name);
 int GetLastError();
 void SetLastError(int value);
 
-// ---- files and directories -----------------------------------------------
-
-// Paths come in the library's grammar: every backslash becomes '/' here and nowhere
-// else, and a path of 512 bytes or more is refused (null, -1 or false).
-
-// fopen of the path; null on failure.
-FILE* OpenFile(const char* path, const char* mode);
-// Size of what has reached the system for an open stream: its descriptor's size,
-// so lines still in the stream's buffer do not count. -1 on failure.
-int64_t FileSizeOfStream(FILE* stream);
-bool PathExists(const char* path);
-// Makes the directory and every missing parent; true when a directory stands there
-// at the end (also when it stood there before).
-bool MakeDirectoryTree(const char* path);
-// The current directory, without a trailing separator; 0 on failure, else its length.
-int CurrentDirectory(char* buffer, int capacity);
+// Files and directories are in os_files.h.
 
 // ---- the debugger channel (OutputDebugString) -------------------------------
 

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "filestream.h"
+#include "qdfdk.h"
 #include "smlib.h"
 #include "strtmpl.h"
 
@@ -35,11 +35,8 @@ IniReader::IniReader(const char* path) {
 
 // False for a file that cannot be read, is too large, or is empty.
 bool IniReader::ReadContent(const char* path, int& len) {
-    {
-        FileStream file(path, "rb");
-        const int32_t size = file.IsOpened() ? StreamSize(file.fp()) : -1;
-        if (size < 1 || size > kMaxFileBytes) return false;
-    }
+    const int64_t size = path ? GetFileSizeByName(path) : -1;
+    if (size < 1 || size > kMaxFileBytes) return false;
     auto measure = [&] {
         len = 0;
         return ReadWholeTextFileEx(path, nullptr, len) && len > 0 &&

@@ -19,8 +19,10 @@ bool IsTagPadding(char c) {
     return c == ' ' || c == '\r' || c == '\n' || c == '\t' || c == '`';
 }
 
-// The directory part of a path with its separator; false without one. The full
-// path grammar comes with the path routines; this is what the lookups need.
+// The directory part of a path with its separator; false without one. Unlike the
+// path routines' GetDirName (qdfdk.h, not included here) it does not normalise: the
+// module's directory keeps the system's own spelling, which is what QDLogGetDir and
+// the file names then show.
 //   "/opt/app/libx.so" -> "/opt/app/";  "C:\a\b.exe" -> "C:\a\"
 bool GetDirName(const char* path, char* dir) {
     const char* last = nullptr;

@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "chartransform.h"
-#include "filestream.h"
+#include "cfile.h"
 #include "smartbuf.h"
 
 namespace {
@@ -141,22 +141,22 @@ bool ReadWholeTextFileEx(const char* path, char* buffer, int& length, TextFileTy
         QDR_CHECK(false);
         return false;
     }
-    FileStream file(path, "rb");
-    if (!file.IsOpened()) return false;
-    const int32_t size = StreamSize(file.fp());
+    CFile file;
+    if (!file.Open(path, "rb")) return false;
+    const int32_t size = GetFileSizeOfStream(file);
     if (size < 0) return false;
     if (size == 0) return true;
     TextFileType found = tft_ansi;
-    if (!DetectType(file.fp(), size, &found)) return false;
+    if (!DetectType(file, size, &found)) return false;
     if (type) *type = found;
-    if (fseek(file.fp(), kMarkBytes[found], SEEK_SET) != 0) return false;
+    if (fseek(file, kMarkBytes[found], SEEK_SET) != 0) return false;
 
     if (found == tft_ansi) {
         if (!buffer) {
             length = size;
             return true;
         }
-        if (size > room || !ReadExactly(file.fp(), buffer, size)) {
+        if (size > room || !ReadExactly(file, buffer, size)) {
             buffer[0] = 0;
             return false;
         }
@@ -170,7 +170,7 @@ bool ReadWholeTextFileEx(const char* path, char* buffer, int& length, TextFileTy
     }
     WideText wide(0);
     int units = 0;
-    if (!ReadWidePayload(file.fp(), found, size - kMarkBytes[found], wide, units)) return false;
+    if (!ReadWidePayload(file, found, size - kMarkBytes[found], wide, units)) return false;
     if (!NarrowFromWide(wide.Get(), units, buffer, room, length)) {
         buffer[0] = 0;
         return false;
@@ -184,12 +184,12 @@ bool WriteWholeTextFileEx(const char* path, int type, const char* text, int leng
         QDR_CHECK(false);
         return false;
     }
-    FileStream file(path, "wb");
-    if (!file.IsOpened()) return false;
+    CFile file;
+    if (!file.Open(path, "wb")) return false;
     if (length < 0) length = static_cast<int>(strlen(text));
-    const bool written = type == tft_ansi ? WriteExactly(file.fp(), text, length)
-                                          : WriteConverted(file.fp(), type, text, length);
-    return file.Close() && written;
+    const bool written = type == tft_ansi ? WriteExactly(file, text, length)
+                                          : WriteConverted(file, type, text, length);
+    return fflush(file) == 0 && written;
 }
 
 bool ReadTextFileToStr(const char* path, std::string& text) {
@@ -207,11 +207,11 @@ bool ReadTextFileToStr(const char* path, std::string& text) {
         text.assign(buffer.Get(), static_cast<size_t>(filled));
         return true;
     }
-    FileStream file(path, "rb");
-    const int32_t size = file.IsOpened() ? StreamSize(file.fp()) : -1;
+    CFile file;
+    const int32_t size = file.Open(path, "rb") ? GetFileSizeOfStream(file) : -1;
     if (size < 0) return false;
     text.resize(static_cast<size_t>(size));
-    if (size > 0 && !ReadExactly(file.fp(), &text[0], size)) {
+    if (size > 0 && !ReadExactly(file, &text[0], size)) {
         text.clear();
         return false;
     }
@@ -220,11 +220,11 @@ bool ReadTextFileToStr(const char* path, std::string& text) {
 
 bool ReadFileToBinary(const char* path, Binary& block) {
     block.Clear();
-    FileStream file(path, "rb");
-    const int32_t size = file.IsOpened() ? StreamSize(file.fp()) : -1;
+    CFile file;
+    const int32_t size = file.Open(path, "rb") ? GetFileSizeOfStream(file) : -1;
     if (size < 0) return false;
     if (size == 0) return true;
-    if (!block.SetLength(size, false) || !ReadExactly(file.fp(), block.Get(), size)) {
+    if (!block.SetLength(size, false) || !ReadExactly(file, block.Get(), size)) {
         block.Clear();
         return false;
     }

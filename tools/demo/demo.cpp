@@ -1,11 +1,15 @@
 // Shows what libqdlog_9d.so does: threads logging every kind of event at once, a
-// wide event in Chinese, a multi-line event, a callback that counts lines, and a
-// log file in a directory beside this program. It ends by saying where all of it
-// went.
+// wide event in Chinese, a multi-line event, a callback that counts lines, and log
+// files in a directory beside this program, switched at a small size limit. It
+// ends by saying where all of it went.
 #include <qdlog.h>
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstdio>
+#include <filesystem>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -28,6 +32,38 @@ void LogEveryKind(int thread) {
     QDLogEvent(7, "thread %d: type 7 has no title word", thread);
 }
 
+// The file is measured at the first event of every second; once it has reached
+// the limit it is closed and the next one is named after that event.
+void ShowSwitch() {
+    QDLogSetFileSizeLimit(16384);  // the smallest limit
+    QDLogScreen(0);                // the filler goes to the file only
+    const std::string first = QDLogGetFileName();
+    std::string current = first;
+    const std::string filler(200, '.');
+    int lines = 0;
+    const auto start = std::chrono::steady_clock::now();
+    while (current == first && std::chrono::steady_clock::now() - start < std::chrono::seconds(3)) {
+        QDLOG_DEBUG("filler line %04d %s", ++lines, filler.c_str());
+        current = QDLogGetFileName();
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    QDLogScreen(1);
+    std::printf("switch:    after %d filler lines\n           from %s\n           to   %s\n", lines,
+                first.c_str(), current.c_str());
+}
+
+// The directory's files: the library writes paths with '\', the system takes '/'.
+void ListLogFiles() {
+    std::string dir = QDLogGetDir();
+    std::replace(dir.begin(), dir.end(), '\\', '/');
+    std::vector<std::filesystem::directory_entry> files;
+    for (const auto& entry : std::filesystem::directory_iterator(dir)) files.push_back(entry);
+    std::sort(files.begin(), files.end());
+    for (const auto& file : files)
+        std::printf("           %s  %ju bytes\n", file.path().filename().c_str(),
+                    static_cast<uintmax_t>(file.file_size()));
+}
+
 }  // namespace
 
 int main() {
@@ -48,11 +84,13 @@ int main() {
     QDLOG_INFO("with the CPU-ticks column");
     QDLOG_INFO("and again, a little later");
     QDLogSetPrintCpuCycle(0);
+    ShowSwitch();
 
     std::printf("\n--- where the output went ---\n");
     std::printf("screen:    the lines above (standard output)\n");
     std::printf("file:      %s\n", QDLogGetFileName());
     std::printf("directory: %s\n", QDLogGetDir());
+    ListLogFiles();
     std::printf("debugger:  QDLOG_DEBUG_OUTPUT=stderr or =syslog shows it (here: %s)\n",
                 QDLogIsOutputDebuger() ? "on" : "off");
     std::printf("callback:  counted %d lines\n", g_callbackLines.load());

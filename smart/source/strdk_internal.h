@@ -1,0 +1,45 @@
+// What the strdk sources share and callers do not need: measuring, and the next
+// table that a search keeps on the stack.
+#pragma once
+
+#include <climits>
+#include <string>
+
+#include "smartbuf.h"
+#include "strdk.h"
+
+// The length of a terminated text, cut to the int range of the routines' lengths.
+template <class TCHAR>
+inline int MeasureText(const TCHAR* text) {
+    if (!text) return 0;
+    const size_t n = std::char_traits<TCHAR>::length(text);
+    return n > static_cast<size_t>(INT_MAX) ? INT_MAX : static_cast<int>(n);
+}
+
+// A negative length means "up to the terminator".
+template <class TCHAR>
+inline int MeasureIfNegative(const TCHAR* text, int len) {
+    return len < 0 ? MeasureText(text) : len;
+}
+
+template <class TCHAR>
+inline bool IsInCharSet(TCHAR c, const TCHAR* charSet, int setLength) {
+    for (int k = 0; k < setLength; ++k)
+        if (charSet[k] == c) return true;
+    return false;
+}
+
+// The next table of one find text: on the stack up to 1024 entries, so that a usual
+// search allocates nothing. Valid() is false only when a heap block was refused.
+template <class TCHAR>
+class NextTable {
+public:
+    NextTable(const TCHAR* findStr, int findLen, int flags) : vec_(findLen > 0 ? findLen : 0) {
+        if (Valid() && findLen > 0) BuildNextTable(vec_.Get(), findStr, findLen, flags);
+    }
+    bool Valid() const { return vec_.Get() != nullptr; }
+    const int* Get() const { return vec_.Get(); }
+
+private:
+    SmartBuf<int, 1024> vec_;
+};

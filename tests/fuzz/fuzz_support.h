@@ -1,0 +1,55 @@
+// What the libFuzzer targets share: exact-size copies of the input, so that
+// AddressSanitizer sees a read one unit past a counted text, and the rule that every
+// argument a target builds is valid, so that any failed check is a finding.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+// A heap block of exactly `len` units (plus a terminator when asked for).
+template <class T>
+struct ExactText {
+    std::unique_ptr<T[]> units;
+    int len = 0;
+    T* get() const { return units.get(); }
+};
+
+// Each byte becomes one unit, so narrow and wide runs see the same text.
+template <class T>
+ExactText<T> CopyText(const uint8_t* data, size_t size, bool terminate) {
+    ExactText<T> text;
+    text.units.reset(new T[size + (terminate ? 1 : 0)]);
+    for (size_t k = 0; k < size; ++k) text.units[k] = static_cast<T>(data[k]);
+    if (terminate) text.units[size] = 0;
+    text.len = static_cast<int>(size);
+    return text;
+}
+
+// Reads the input front to back: single bytes, then pieces cut at a zero byte.
+class FuzzInput {
+public:
+    FuzzInput(const uint8_t* data, size_t size) : p_(data), n_(size) {}
+    uint8_t Byte() {
+        if (!n_) return 0;
+        --n_;
+        return *p_++;
+    }
+    // The bytes up to the next zero (dropped) or the end.
+    void Piece(const uint8_t** data, size_t* size) {
+        size_t k = 0;
+        while (k < n_ && p_[k]) ++k;
+        *data = p_;
+        *size = k;
+        const size_t taken = k < n_ ? k + 1 : k;
+        p_ += taken;
+        n_ -= taken;
+    }
+
+private:
+    const uint8_t* p_;
+    size_t n_;
+};
+
+// Stops the run with the report of a check that should not have failed.
+[[noreturn]] void FuzzFinding(const char* what);

@@ -1,0 +1,156 @@
+// The log file writer across processes: children of logfile_helper log through
+// libqdlog_9d.so while this program watches their files.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "child_process.h"
+#include "scratch_dir.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<std::string> Helper(const std::vector<std::string>& args) {
+    std::vector<std::string> argv{LOGFILE_HELPER};
+    argv.insert(argv.end(), args.begin(), args.end());
+    return argv;
+}
+
+// Every line of every log file in `dir`, which must all be whole: a head, then the
+// text, then CR LF.
+std::vector<std::string> TextsOfAllFiles(const fs::path& dir) {
+    std::vector<std::string> texts;
+    for (const auto& entry : fs::directory_iterator(dir)) {
+        const std::string bytes = Contents(entry.path());
+        EXPECT_TRUE(bytes.empty() || bytes.compare(bytes.size() - 2, 2, "\r\n") == 0)
+            << entry.path() << " ends inside a line";
+        for (size_t at = 0, end; (end = bytes.find("\r\n", at)) != std::string::npos;
+             at = end + 2) {
+            const std::string line = bytes.substr(at, end - at);
+            const size_t title = line.find("|信息:");
+            EXPECT_EQ(23u, title) << "a torn line: " << line;
+            texts.push_back(title == std::string::npos ? line : line.substr(title + 8));
+        }
+    }
+    return texts;
+}
+
+// Each tag's numbers 0 .. count-1 must be there exactly once, and nothing else.
+void ExpectEveryLineOnce(const std::vector<std::string>& texts,
+                         const std::vector<std::string>& tags, int count) {
+    std::map<std::string, std::vector<int>> seen;
+    for (const std::string& tag : tags) seen[tag].assign(static_cast<size_t>(count), 0);
+    int strangers = 0;
+    for (const std::string& text : texts) {
+        const size_t blank = text.find(' ');
+        const auto tag = seen.find(text.substr(0, blank));
+        const int number = blank == std::string::npos ? -1 : std::atoi(text.c_str() + blank + 1);
+        if (tag == seen.end() || number < 0 || number >= count || text.size() != blank + 7)
+            ++strangers;
+        else
+            ++tag->second[static_cast<size_t>(number)];
+    }
+    EXPECT_EQ(0, strangers);
+    for (const auto& tag : seen) {
+        int missing = 0, twice = 0;
+        for (int n : tag.second) {
+            missing += n == 0;
+            twice += n > 1;
+        }
+        EXPECT_EQ(0, missing) << tag.first;
+        EXPECT_EQ(0, twice) << tag.first;
+    }
+}
+
+// Lets both children of the "lines" tests end, then reads what they wrote.
+void ExpectBothWroteEveryLine(ChildProcess& a, ChildProcess& b, const ScratchDir& dir) {
+    a.ReadAll();
+    b.ReadAll();
+    ASSERT_EQ(0, a.Wait());
+    ASSERT_EQ(0, b.Wait());
+    ExpectEveryLineOnce(TextsOfAllFiles(dir.Path()), {"A", "B"}, 100000);
+}
+
+// Started together, both open a file of the same second: one makes it, the other
+// appends to it (or both make it at once: neither cuts it). With 1000 lines between
+// flushes the stream's buffer fills many times between them.
+TEST(LogFileProcesses, TwoStartingTogetherLoseAndTearNoLine) {
+    ScratchDir dir("qdlog-two");
+    // Early in a second of their own, so that both open a file of that second.
+    const std::string start = std::to_string((WallClockMs() / 1000 + 1) * 1000 + 100);
+    ChildProcess a(Helper({"lines", dir.Text(), "A", "100000", start, "0", "0", "1000"}));
+    ChildProcess b(Helper({"lines", dir.Text(), "B", "100000", start, "0", "0", "1000"}));
+    std::string firstOfA, firstOfB;
+    ASSERT_TRUE(a.ReadLine(&firstOfA));
+    ASSERT_TRUE(b.ReadLine(&firstOfB));
+    EXPECT_EQ(firstOfA, firstOfB);  // one file for both
+    ExpectBothWroteEveryLine(a, b, dir);
+}
+
+// The second goes on with the first one's open file: the newest in the directory,
+// below half the limit.
+TEST(LogFileProcesses, ASecondProcessContinuesTheFirstOnesOpenFile) {
+    ScratchDir dir("qdlog-continue");
+    const std::string limit = std::to_string(0x800000);
+    ChildProcess a(Helper({"lines", dir.Text(), "A", "100000", "0", "3000", limit, "50"}));
+    std::string firstOfA, firstOfB;
+    ASSERT_TRUE(a.ReadLine(&firstOfA));
+    ChildProcess b(Helper({"lines", dir.Text(), "B", "100000", "0", "0", limit, "50"}));
+    ASSERT_TRUE(b.ReadLine(&firstOfB));
+    EXPECT_EQ(firstOfA, firstOfB);
+    ExpectBothWroteEveryLine(a, b, dir);
+}
+
+TEST(LogFileProcesses, AKilledProcessLosesFewerThanFlushLines) {
+    ScratchDir dir("qdlog-killed");
+    ChildProcess child(Helper({"killme", dir.Text(), "1234", "50"}));
+    std::string written;
+    ASSERT_TRUE(child.ReadLine(&written));
+    // While it lives, this process sees the file lag by fewer than 50 lines ...
+    const size_t seenAlive = TextsOfAllFiles(dir.Path()).size();
+    EXPECT_LT(1234 - static_cast<int>(seenAlive), 50);
+    child.Kill();
+    EXPECT_EQ(128 + 9, child.Wait());
+    // ... and the kill takes no more than that.
+    std::vector<std::string> texts = TextsOfAllFiles(dir.Path());
+    EXPECT_EQ(seenAlive, texts.size());
+    for (size_t i = 0; i < texts.size(); ++i) {
+        char expected[32];
+        snprintf(expected, sizeof(expected), "line %06zu", i);
+        EXPECT_EQ(expected, texts[i]);
+    }
+}
+
+TEST(LogFileProcesses, AFileSizeLimitOfTheSystemBreaksNothing) {
+    ScratchDir dir("qdlog-fsize");
+    ChildProcess child(Helper({"fsize", dir.Text(), "20000", "500"}));
+    EXPECT_EQ("callback 500\n", child.ReadAll());  // every line reached the other outputs
+    EXPECT_EQ(0, child.Wait());
+    for (const auto& entry : fs::directory_iterator(dir.Path()))
+        EXPECT_LE(fs::file_size(entry.path()), 20000u) << entry.path();
+}
+
+TEST(LogFileProcesses, AnUnwritableDirectoryIsTakenUpAgainWithinASecond) {
+    ScratchDir dir("qdlog-unwritable");
+    fs::permissions(dir.Path(), fs::perms::all);  // the child may run as nobody
+    ChildProcess child(Helper({"unwritable", dir / "logs"}));
+    const std::string report = child.ReadAll();
+    EXPECT_EQ(0, child.Wait()) << report;
+    int closed = 0, callbacks = 0;
+    long long resumed = -1;
+    ASSERT_EQ(3, sscanf(report.c_str(), "closed %d callbacks %d resumed-after-ms %lld", &closed,
+                        &callbacks, &resumed))
+        << report;
+    EXPECT_EQ(1, closed);     // the full file was given up and no new one could be made
+    EXPECT_GT(callbacks, 0);  // while the other outputs went on
+    EXPECT_GE(resumed, 0);
+    EXPECT_LE(resumed, 1100);  // the first event of the next second opens a file again
+}
+
+}  // namespace

@@ -1,0 +1,226 @@
+// The log file writer inside one process: the file's name, the continued old file,
+// the switch, the flush threshold as another reader sees it, whole lines, and a
+// directory that goes away and comes back. Local time is UTC+8 (TZ=CST-8).
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "log_test_support.h"
+#include "logfilelist.h"
+#include "report_capture.h"
+#include "scratch_dir.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// What a reader sees of the file: whole lines, and whether the last one is cut.
+int WholeLines(const std::string& bytes, bool* cut = nullptr) {
+    int lines = 0;
+    for (size_t at = 0; (at = bytes.find("\r\n", at)) != std::string::npos; at += 2) ++lines;
+    if (cut) *cut = !bytes.empty() && bytes.compare(bytes.size() - 2, 2, "\r\n") != 0;
+    return lines;
+}
+
+const std::string kHead = std::string(kSampleTime) + "|信息:";
+
+class LogFileWriter : public LogTest {
+protected:
+    void SetUp() override {
+        LogTest::SetUp();
+        // Without a trailing separator: the writer puts '\' between directory and name.
+        ASSERT_EQ(1, QDLogSetDir(dir_.Text().c_str()));
+        QDLogToFile(1);
+        Reset();
+    }
+    void TearDown() override {
+        Reset();
+        QDLogSetDir(nullptr);
+        QDLogSetFileSizeLimit(0x80000);
+        QDLogSetFlushLines(50);
+        LogTest::TearDown();
+    }
+    // No open file, no list, and the next event checks the file.
+    void Reset() {
+        LogContext& log = GetLogContext();
+        LogLock lock(log);
+        log.logFile_.Close();
+        log.logFileList_.listSet.clear();
+        log.logFileList_.totalLogBytes = 0;
+        log.lastEventMSEL_ = 0;
+    }
+    void CloseFile() {
+        LogContext& log = GetLogContext();
+        LogLock lock(log);
+        log.logFile_.Close();
+    }
+    // The writer's name of a file in the directory, and the same file for the system.
+    std::string Named(const std::string& name) const { return dir_.Text() + "\\" + name; }
+    std::string OnDisk(const std::string& name) const { return dir_ / name; }
+    LogContext::LogFileList& List() { return GetLogContext().logFileList_; }
+
+    ScratchDir dir_{"qdlog-logfile"};
+};
+
+TEST_F(LogFileWriter, NamesTheFileAfterTheEventThatOpensIt) {
+    char path[kLogPathChars];
+    EXPECT_TRUE(ComposeLogFileName("/var/log/app/", kSampleMSEL, path));
+    EXPECT_STREQ("/var/log/app/log20161118121200.log", path);
+    EXPECT_TRUE(ComposeLogFileName("C:\\logs", kSampleMSEL, path));
+    EXPECT_STREQ("C:\\logs\\log20161118121200.log", path);
+    EXPECT_FALSE(ComposeLogFileName(std::string(500, 'd').c_str(), kSampleMSEL, path));
+    EXPECT_STREQ("", path);
+    ReportCapture reports;
+    EXPECT_FALSE(ComposeLogFileName("/x", -5, path));  // no date text for such a time
+
+    PrintAt(0, "a\nb", kSampleMSEL);
+    EXPECT_EQ(Named("log20161118121200.log"), QDLogGetFileName());
+    CloseFile();
+    EXPECT_EQ(kHead + "a\r\n" + kHead + "b\r\n", Contents(OnDisk("log20161118121200.log")));
+    EXPECT_TRUE(List().listSet.empty());  // the file in use is never listed
+}
+
+TEST_F(LogFileWriter, TheFirstOpeningContinuesTheNewestOldFileBelowHalfTheLimit) {
+    Write(OnDisk("log20161118100000.log"), std::string(50, 'o'));
+    Write(OnDisk("log20161118110000.log"), std::string(98, 'n') + "\r\n");
+    Write(OnDisk("LOG20161118115900.log"), "not a log file: the match minds case");
+    Write(OnDisk("log2016111811590.log"), "13 digits");
+    fs::create_directory(OnDisk("log20161118115800.log"));  // a directory
+    ASSERT_TRUE(SweepLogDirectory(GetLogContext()));
+    EXPECT_EQ((LogPathSet{Named("log20161118100000.log"), Named("log20161118110000.log")}),
+              List().listSet);
+    EXPECT_EQ(150, List().totalLogBytes);
+
+    PrintAt(0, "more", kSampleMSEL);
+    EXPECT_EQ(Named("log20161118110000.log"), QDLogGetFileName());  // its name, so its age
+    EXPECT_EQ(LogPathSet{Named("log20161118100000.log")}, List().listSet);
+    EXPECT_EQ(50, List().totalLogBytes);
+    CloseFile();
+    EXPECT_EQ(std::string(98, 'n') + "\r\n" + kHead + "more\r\n",
+              Contents(OnDisk("log20161118110000.log")));
+    EXPECT_FALSE(fs::exists(OnDisk("log20161118121200.log")));
+}
+
+TEST_F(LogFileWriter, AnOldFileOfHalfTheLimitIsNotContinued) {
+    QDLogSetFileSizeLimit(16384);
+    Write(OnDisk("log20161118110000.log"), std::string(8192, 'h'));
+    ASSERT_TRUE(SweepLogDirectory(GetLogContext()));
+    PrintAt(0, "new", kSampleMSEL);
+    EXPECT_EQ(Named("log20161118121200.log"), QDLogGetFileName());
+    EXPECT_EQ(1u, List().listSet.size());
+    EXPECT_EQ(8192, List().totalLogBytes);
+}
+
+TEST_F(LogFileWriter, AnExistingNameIsAppendedToAndNeverCut) {
+    Write(OnDisk("log20161118121200.log"), "another process\r\n");
+    PrintAt(0, "mine", kSampleMSEL);
+    CloseFile();
+    EXPECT_EQ("another process\r\n" + kHead + "mine\r\n",
+              Contents(OnDisk("log20161118121200.log")));
+}
+
+// Only the first event of a new second looks at the size, so a full file takes the
+// rest of its second, a long event included; the next file is named after the
+// event that opens it, never the small old one.
+TEST_F(LogFileWriter, SwitchesAtTheFirstEventOfTheNextSecond) {
+    QDLogSetFileSizeLimit(16384);
+    QDLogSetFlushLines(1);
+    const std::string kilobyte(1024, 'k');
+    for (int i = 0; i < 20; ++i) PrintAt(0, kilobyte.c_str(), kSampleMSEL + i * 40);  // ..00.883
+    std::string manyLines;
+    for (int i = 0; i < 30; ++i) manyLines += "line " + std::to_string(i) + "\n";
+    PrintAt(0, manyLines.c_str(), kSampleMSEL + 800);  // 12:12:00.923, past the limit
+    EXPECT_EQ(Named("log20161118121200.log"), QDLogGetFileName());
+    Write(OnDisk("log20161118000000.log"), "small");
+    ListLogFile(List(), Named("log20161118000000.log").c_str());
+    List().totalLogBytes += 5;
+
+    PrintAt(0, "next", kSampleMSEL + 1000);
+    EXPECT_EQ(Named("log20161118121201.log"), QDLogGetFileName());
+    const std::string full = Contents(OnDisk("log20161118121200.log"));
+    EXPECT_EQ(50, WholeLines(full));
+    const std::string lastLine = kHead.substr(0, 20) + "923|信息:line 29\r\n";
+    EXPECT_EQ(lastLine, full.substr(full.size() - lastLine.size()));
+    EXPECT_EQ((LogPathSet{Named("log20161118000000.log"), Named("log20161118121200.log")}),
+              List().listSet);
+    EXPECT_EQ(5 + static_cast<int64_t>(full.size()), List().totalLogBytes);
+    EXPECT_EQ(0, GetLogContext().logFile_.bytesWritten_);
+}
+
+TEST_F(LogFileWriter, TheFileOnDiskLagsByFewerThanFlushLines) {
+    QDLogSetFlushLines(7);
+    PrintAt(0, "line 1", kSampleMSEL);
+    const std::string path = OnDisk("log20161118121200.log");
+    for (int written = 1; written <= 30; ++written) {
+        if (written > 1) PrintAt(0, ("line " + std::to_string(written)).c_str(), kSampleMSEL);
+        // A reader of its own sees what reached the system, as another process would.
+        bool cut = true;
+        const int onDisk = WholeLines(Contents(path), &cut);
+        EXPECT_FALSE(cut);
+        EXPECT_LT(written - onDisk, 7) << written;
+        EXPECT_EQ(written - written % 7, onDisk) << written;
+    }
+    QDLogFlushFile();  // 2 lines gathered: below the threshold, nothing moves
+    EXPECT_EQ(28, WholeLines(Contents(path)));
+}
+
+// Also for a file that is continued ("rb+") at an odd size.
+TEST_F(LogFileWriter, OnlyWholeLinesReachTheSystem) {
+    QDLogSetFlushLines(100000);  // no flush by count: only a full buffer moves lines
+    const std::string path = OnDisk("log20161118121200.log");
+    const std::string before = std::string(1001, 'b') + "\r\n";
+    Write(path, before);
+    std::vector<std::string> sent;
+    const size_t sizes[] = {15500, 10, 3000, 9000, 16000, 20000, 16375, 1, 40000, 700};
+    for (int round = 0; round < 3; ++round) {
+        for (size_t size : sizes) {
+            sent.push_back(std::string(size, static_cast<char>('a' + sent.size() % 26)));
+            PrintAt(0, sent.back().c_str(), kSampleMSEL);
+            bool cut = true;
+            WholeLines(Contents(path), &cut);
+            ASSERT_FALSE(cut) << "after a line of " << size;
+        }
+    }
+    CloseFile();
+    std::string expected = before;
+    for (const std::string& text : sent) expected += kHead + text + "\r\n";
+    EXPECT_EQ(expected, Contents(path));
+}
+
+TEST_F(LogFileWriter, ADirectoryRemovedWhileLoggingIsTakenUpAgainWhenItIsBack) {
+    LineRecorder recorder;
+    PrintAt(0, "one", kSampleMSEL);
+    ASSERT_EQ(Named("log20161118121200.log"), QDLogGetFileName());
+    fs::remove_all(dir_.Path());
+    PrintAt(0, "two", kSampleMSEL + 1000);  // the file is given up; no new one can be made
+    EXPECT_STREQ("", QDLogGetFileName());
+    fs::create_directories(dir_.Path());
+    PrintAt(0, "three", kSampleMSEL + 1500);  // within the second: no new attempt yet
+    EXPECT_STREQ("", QDLogGetFileName());
+    PrintAt(0, "four", kSampleMSEL + 2000);
+    EXPECT_EQ(Named("log20161118121202.log"), QDLogGetFileName());
+    CloseFile();
+    EXPECT_EQ(kHead.substr(0, 17) + "02.123|信息:four\r\n",
+              Contents(OnDisk("log20161118121202.log")));
+    EXPECT_EQ((std::vector<std::string>{"one", "two", "three", "four"}), recorder.Texts());
+
+    // A directory that cannot be made leaves the old one; events go on everywhere.
+    Write(OnDisk("plain"), "x");
+    EXPECT_EQ(0, QDLogSetDir((dir_ / "plain/sub").c_str()));
+    EXPECT_EQ(dir_.Text(), QDLogGetDir());
+}
+
+TEST_F(LogFileWriter, WithTheFileOffNoFileIsMade) {
+    QDLogToFile(0);
+    LineRecorder recorder;
+    PrintAt(0, "nowhere", kSampleMSEL);
+    EXPECT_STREQ("", QDLogGetFileName());
+    EXPECT_TRUE(fs::is_empty(dir_.Path()));
+    EXPECT_EQ(std::vector<std::string>{"nowhere"}, recorder.Texts());
+}
+
+}  // namespace

@@ -1,0 +1,273 @@
+// Path text, narrow and wide: every test runs for char and char16_t.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "code_units.h"
+#include "qdfdk.h"
+#include "report_capture.h"
+
+namespace {
+
+template <class CHAR>
+class PathText : public ::testing::Test {};
+TYPED_TEST_SUITE(PathText, CodeUnits);
+
+// A writable copy with the two spare units that NormalizePath may need.
+template <class C>
+std::basic_string<C> Room(const std::string& ascii) {
+    std::basic_string<C> text = T<C>(ascii);
+    text.resize(text.size() + 2, C(0));
+    return text;
+}
+
+// "null" when NormalizePath refuses.
+template <class C>
+std::string Normalized(const std::string& ascii) {
+    std::basic_string<C> text = Room<C>(ascii);
+    return NormalizePath(&text[0]) ? Ascii(text.c_str()) : "null";
+}
+
+TYPED_TEST(PathText, NormalizePathResolvesComponentsAndKeepsRoots) {
+    typedef TypeParam C;
+    const struct {
+        const char *path, *normal;
+    } rows[] = {
+        // clang-format off
+        {"a/b//c", "a\\b\\c"},              {"a\\.\\b", "a\\b"},
+        {"a/./././b", "a\\b"},              {"a\\..\\b", "b"},
+        {"a\\b\\..", "a\\"},                {".\\..\\x", "..\\x"},
+        {"..\\..\\x", "..\\..\\x"},         {"..\\..", "..\\..\\"},
+        {"C:\\..", "null"},                 {"\\..", "null"},
+        {"C:/x/../y", "C:\\y"},             {"\\\\srv\\share\\x\\..", "\\\\srv\\share\\"},
+        {"\\\\srv\\\\share", "\\\\srv\\share"}, {"\\\\\\x", "\\x"},  // a third '\' is no server
+        {"//srv/share", "\\srv\\share"},    {"a\\b\\", "a\\b\\"},
+        {"a\\b\\\\", "a\\b\\"},             {"a\\", "a"},
+        {"C:\\", "C:\\"},                   {"c:", "c:"},
+        {".\\a", ".\\a"},                   {".", "."},
+        // This platform's absolute paths: a leading separator is the root.
+        {"/var/log", "\\var\\log"},         {"/var/../log", "\\log"},
+        {"/", "\\"},                        {"/var/..", "\\"},
+        {"/var/../..", "null"},             {"/tmp/\xE4\xB8\xAD/", "\\tmp\\\xE4\xB8\xAD\\"},
+        // clang-format on
+    };
+    for (const auto& row : rows) EXPECT_EQ(row.normal, Normalized<C>(row.path)) << row.path;
+
+    // A refusal leaves the separators turned and the `\` behind the final "..".
+    std::basic_string<C> refused = Room<C>("C:/..");
+    EXPECT_EQ(nullptr, NormalizePath(&refused[0]));
+    EXPECT_EQ("C:\\..\\", Ascii(refused.c_str()));
+
+    ReportCapture reports;
+    EXPECT_EQ("", Normalized<C>("a\\.."));  // nothing is left to name
+    EXPECT_EQ(1, reports.Count("(offset > 0)"));
+    EXPECT_EQ(nullptr, NormalizePath(static_cast<C*>(nullptr)));
+}
+
+TYPED_TEST(PathText, GetRootClassifiesEveryStart) {
+    typedef TypeParam C;
+    const struct {
+        const char* path;
+        const char* root;  // null: refused
+        bool network;
+    } rows[] = {
+        // clang-format off
+        {"C:\\x", "C:\\", false},    {"c:", "c:\\", false},         {"x\\y", ".\\", false},
+        {"..\\y", "..\\", false},     {"..", "..\\", false},          {".", ".\\", false},
+        {".x", ".\\", false},         {"...\\y", nullptr, false},     {"<x", nullptr, false},
+        {"\\\\srv\\share\\x", "\\\\srv\\share\\", true},
+        {"\\\\srv\\share", "\\\\srv\\share\\", true},
+        {"/var/log", "\\", false},    {"/", "\\", false},             {"\\x", "\\", false},
+        {" \tC:\\x \r\n", "C:\\", false},  {"   ", nullptr, false},  {"", nullptr, false},
+        // clang-format on
+    };
+    for (const auto& row : rows) {
+        C root[kMaxPathChars];
+        bool network = !row.network;
+        const bool found = GetRoot(T<C>(row.path).c_str(), root, &network);
+        EXPECT_EQ(row.root != nullptr, found) << row.path;
+        if (row.root) {
+            EXPECT_EQ(row.root, Ascii(root)) << row.path;
+        }
+        EXPECT_EQ(row.network, network) << row.path;
+    }
+    C root[kMaxPathChars];
+    EXPECT_TRUE(GetRoot(T<C>("C:\\x|junk").c_str(), root, nullptr, 4));  // a counted text
+    EXPECT_FALSE(GetRoot(T<C>("C:\\x").c_str(), static_cast<C*>(nullptr)));
+}
+
+TYPED_TEST(PathText, ComposeFileNameJoinsAndNormalises) {
+    typedef TypeParam C;
+    const struct {
+        const char *dir, *file, *composed;
+    } rows[] = {
+        // clang-format off
+        {"C:\\log\\", "\\a.txt", "C:\\log\\a.txt"}, {"C:\\log", "a.txt", "C:\\log\\a.txt"},
+        {"", "x", "x"},                            {"", "a//b", "a//b"},  // as it stands
+        {"dir/", "", "dir/"},                      {"/var/log", "app.log", "\\var\\log\\app.log"},
+        {"a", "..\\b", "b"},                       {"/var/log/", "//x", "\\var\\log\\x"},
+        // clang-format on
+    };
+    for (const auto& row : rows) {
+        C dest[kMaxPathChars];
+        EXPECT_TRUE(ComposeFileName(T<C>(row.dir).c_str(), T<C>(row.file).c_str(), dest));
+        EXPECT_EQ(row.composed, Ascii(dest)) << row.dir << " + " << row.file;
+        EXPECT_EQ(row.composed,
+                  Ascii(ComposeFileName(T<C>(row.dir).c_str(), T<C>(row.file).c_str())));
+    }
+    // The destination may be either input.
+    C both[kMaxPathChars] = {'a', '\\', 'b', 0};
+    EXPECT_TRUE(ComposeFileName(both, T<C>("c").c_str(), both));
+    EXPECT_EQ("a\\b\\c", Ascii(both));
+}
+
+TYPED_TEST(PathText, GetDirNameKeepsTheRootAndTheSeparator) {
+    typedef TypeParam C;
+    const struct {
+        const char *path, *dir;  // dir null: refused
+    } rows[] = {
+        // clang-format off
+        {"a\\b\\c.txt", "a\\b\\"},            {"c.txt", ".\\"},        {"C:\\", "C:\\"},
+        {"C:x", "C:"},                         {"\\\\srv\\share", "\\\\srv\\share\\"},
+        {"\\\\srv\\share\\x", "\\\\srv\\share\\"}, {"/var/log/x.log", "\\var\\log\\"},
+        {"/x", "\\"},                          {"/", "\\"},             {"C:\\a\\..\\..", nullptr},
+        {"...\\x", nullptr},
+        // clang-format on
+    };
+    for (const auto& row : rows) {
+        C dir[kMaxPathChars];
+        EXPECT_EQ(row.dir != nullptr, GetDirName(T<C>(row.path).c_str(), dir)) << row.path;
+        EXPECT_EQ(row.dir ? row.dir : "", Ascii(dir)) << row.path;
+        EXPECT_EQ(row.dir ? row.dir : "", Ascii(GetDirName(T<C>(row.path).c_str())));
+    }
+    C dir[kMaxPathChars];
+    EXPECT_TRUE(GetParentDirName(T<C>("a\\b\\").c_str(), dir));
+    EXPECT_EQ("a\\", Ascii(dir));
+    EXPECT_TRUE(GetParentDirName(T<C>("/var/log//").c_str(), dir));
+    EXPECT_EQ("\\var\\", Ascii(dir));
+}
+
+TYPED_TEST(PathText, ComparePathRelationIgnoresCaseAndTrailingSeparators) {
+    typedef TypeParam C;
+    const struct {
+        const char *a, *b;
+        int relation;
+    } rows[] = {
+        // clang-format off
+        {"C:\\a", "C:\\a\\b", 1},     {"C:\\a\\b", "C:\\a", 2},     {"C:\\A", "c:\\a", 3},
+        {"C:\\a\\", "C:\\a\\b", 0},   {"C:\\ab", "C:\\a", 0},       {"C:/a/./b", "c:\\A\\b", 3},
+        {"/var/log", "/var/log/app", 1}, {"/var/log/", "/var/log/app", 0}, {"/x", "/y", 0},
+        // clang-format on
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(row.relation, ComparePathRelation(T<C>(row.a).c_str(), T<C>(row.b).c_str()))
+            << row.a << " vs " << row.b;
+    EXPECT_EQ(3, ComparePathRelation(T<C>("C:\\a|C:\\b").c_str(), T<C>("c:\\a").c_str(), 4, -1));
+}
+
+TYPED_TEST(PathText, ValidatorsAcceptOnlyWhatTheGrammarAllows) {
+    typedef TypeParam C;
+    const struct {
+        const char* path;
+        bool file, path_, absolute;
+    } rows[] = {
+        // clang-format off
+        {"a.txt", true, false, false},       {"a*b?", true, false, false},
+        {"a:b", false, false, false},        {"a|b", false, false, false},
+        {".", true, true, false},            {".\\x", false, true, false},
+        {"..\\x", false, true, false},       {"...\\x", false, false, false},
+        {"logs\\x", false, false, false},    {"C:\\x", false, true, true},
+        {"C:", false, true, true},           {"C:x", false, false, false},
+        {"1:\\x", false, false, false},      {"\\\\srv\\share", false, true, true},
+        {"\\\\srv", false, false, false},    {"\\\\srv\\", false, false, false},
+        {"/var/log", false, true, true},     {"/", false, true, true},
+        {"/var//log", false, false, false},  {"/var/a<b", false, false, false},
+        // clang-format on
+    };
+    for (const auto& row : rows) {
+        const std::basic_string<C> text = T<C>(row.path);
+        EXPECT_EQ(row.file, IsValidFileName(text.c_str())) << row.path;
+        EXPECT_EQ(row.path_, IsValidPathName(text.c_str())) << row.path;
+        EXPECT_EQ(row.absolute, IsValidAbsPath(text.c_str())) << row.path;
+    }
+    EXPECT_FALSE(IsValidFileName(T<C>("axb").c_str(), T<C>("x").c_str()));
+    EXPECT_TRUE(IsValidFileName(T<C>("a:b").c_str(), T<C>("x").c_str()));
+    EXPECT_FALSE(IsValidFileName(T<C>("").c_str()));
+    EXPECT_FALSE(IsValidPathName(static_cast<const C*>(nullptr)));
+}
+
+TYPED_TEST(PathText, NamePartsAndExtensions) {
+    typedef TypeParam C;
+    const std::basic_string<C> path = T<C>("a\\b/c.tar.gz");
+    const C* name = nullptr;
+    C dir[kMaxPathChars];
+    EXPECT_TRUE(SplitPathName(path.c_str(), &name, dir));
+    EXPECT_EQ("c.tar.gz", Ascii(name));
+    EXPECT_EQ("a\\b\\", Ascii(dir));
+    EXPECT_EQ("c.tar.gz", Ascii(GetFileNamePart(path.c_str())));
+    EXPECT_EQ("b/c.tar.gz", Ascii(GetFileNamePart(path.c_str(), 3)));  // "a\b" counted
+    EXPECT_EQ("x", Ascii(GetFileNamePart(T<C>("C:x").c_str())));
+    EXPECT_EQ("", Ascii(GetFileNamePart(static_cast<const C*>(nullptr))));
+
+    const struct {
+        const char *name, *ext;  // ext null: none
+    } rows[] = {
+        {"a.txt", "txt"},    {"c.tar.gz", "gz"}, {".bashrc", "bashrc"}, {"a.", nullptr},
+        {"a.d\\x", nullptr}, {"a.d/x", nullptr}, {"noext", nullptr},
+    };
+    for (const auto& row : rows) {
+        C ext[kMaxPathChars];
+        const C* dot = nullptr;
+        EXPECT_EQ(row.ext != nullptr, GetFileExtPos(T<C>(row.name).c_str(), &dot)) << row.name;
+        EXPECT_EQ(row.ext != nullptr, GetFileExt(T<C>(row.name).c_str(), ext)) << row.name;
+        EXPECT_EQ(row.ext ? row.ext : "", Ascii(ext)) << row.name;
+        EXPECT_EQ(row.ext ? row.ext : "", Ascii(GetFileExt(T<C>(row.name).c_str())));
+    }
+}
+
+TYPED_TEST(PathText, AppendPathNameJoinsWithoutNormalising) {
+    typedef TypeParam C;
+    C target[kMaxPathChars] = {'a', '/', '/', 0};
+    EXPECT_EQ(target, AppendPathName(target, T<C>("\\b/./c").c_str()));
+    EXPECT_EQ("a\\b/./c", Ascii(target));
+    C empty[kMaxPathChars] = {0};
+    EXPECT_EQ("\\x", Ascii(AppendPathName(empty, T<C>("x").c_str())));
+
+    ReportCapture reports;
+    EXPECT_EQ(nullptr, AppendPathName(target, T<C>("").c_str()));
+    EXPECT_EQ(nullptr, AppendPathName(static_cast<C*>(nullptr), T<C>("x").c_str()));
+    EXPECT_EQ(2, reports.Count("(false)"));
+    const std::basic_string<C> longName(kMaxPathChars - 8, C('n'));
+    EXPECT_EQ(nullptr, AppendPathName(target, longName.c_str()));
+    EXPECT_EQ(1, reports.Count("(len < kMaxPathChars)"));
+    EXPECT_EQ("a\\b/./c", Ascii(target));  // unchanged
+}
+
+// 511 units fit a path buffer with its terminator; 512 and 513 do not.
+TYPED_TEST(PathText, PathsOf511FitAnd512Or513AreRefused) {
+    typedef TypeParam C;
+    const auto pathOf = [](int len) {
+        std::basic_string<C> path = T<C>("/d/");
+        path.resize(static_cast<size_t>(len), C('x'));
+        return path;
+    };
+    C out[kMaxPathChars];
+    for (int len : {511, 512, 513}) {
+        ReportCapture reports;
+        const bool fits = len < kMaxPathChars;
+        const std::basic_string<C> path = pathOf(len);
+        EXPECT_EQ(fits, ComposeFileName(T<C>("").c_str(), path.c_str(), out)) << len;
+        EXPECT_EQ(fits ? Ascii(path) : "", Ascii(out));
+        EXPECT_EQ(fits, ComposeFileName(T<C>("/d").c_str(), path.c_str() + 3, out)) << len;
+        EXPECT_EQ(fits, GetRoot(path.c_str(), out)) << len;
+        EXPECT_EQ(fits, GetDirName(path.c_str(), out)) << len;
+        EXPECT_EQ(fits, IsValidPathName(path.c_str())) << len;
+        EXPECT_EQ(fits ? 0 : 1, reports.Count("(false)")) << len;  // GetRoot's limit
+        EXPECT_EQ(fits ? 0 : 3, reports.Count("(len < kMaxPathChars)")) << len;
+    }
+    // A name of 511 units is valid, one of 512 is not.
+    EXPECT_TRUE(IsValidFileName(std::basic_string<C>(511, C('n')).c_str()));
+    EXPECT_FALSE(IsValidFileName(std::basic_string<C>(512, C('n')).c_str()));
+}
+
+}  // namespace

@@ -1,0 +1,184 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "report_capture.h"
+#include "strdk.h"
+#include "unit_text.h"
+
+namespace {
+
+template <class T>
+class TextRoutines : public ::testing::Test {};
+TYPED_TEST_SUITE(TextRoutines, TextUnits);
+
+TYPED_TEST(TextRoutines, TrimRangeAndTrimCopy) {
+    int offset = -1;
+    EXPECT_EQ(2, TrimRange(Txt<TypeParam>("  ab \t").c_str(), -1, &offset));
+    EXPECT_EQ(2, offset);
+    EXPECT_EQ(0, TrimRange(Txt<TypeParam>("   ").c_str(), -1, &offset));
+    EXPECT_EQ(0, offset);
+    EXPECT_EQ(4, TrimRange(Txt<TypeParam>("  ab ").c_str(), -1, &offset, nullptr, true));
+    EXPECT_EQ(0, offset);
+    EXPECT_EQ(
+        2, TrimRange(Txt<TypeParam>("xyabx").c_str(), -1, &offset, Txt<TypeParam>("yx").c_str()));
+    EXPECT_EQ(2, offset);
+    EXPECT_EQ(1, TrimRange(Txt<TypeParam>(" a b").c_str(), 3, &offset));
+
+    auto buf = Buffer<TypeParam>("  keep me  ");
+    TrimCopy(&buf[0]);
+    EXPECT_EQ("keep me", Terminated(buf));
+    std::basic_string<TypeParam> dest(16, TypeParam('#'));
+    TrimCopy(&dest[0], Txt<TypeParam>("  left").c_str(), -1, nullptr, true);
+    EXPECT_EQ("  left", Terminated(dest));
+}
+
+struct UntilCase {
+    const char* s1;
+    const char* s2;
+    char stop;
+    int flags;
+    int expected;
+};
+
+const UntilCase kUntilCases[] = {
+    {"abc=1", "ABC=2", '=', msf_ignore_case, 0},
+    {"abc=1", "ABC=2", '=', 0, 1},
+    {"ab", "abc", 0, 0, -1},
+    {"ab=c", "ab", '=', 0, 0},
+    {"a\\b", "a/b", 0, msf_slash_equal, 0},
+    {"a\\b", "a/b", 0, 0, 1},
+    {"a_", "aA", 0, msf_ignore_case, 1},
+    {"a\xE4", "ab", 0, 0, 1},  // units compare unsigned
+};
+
+TYPED_TEST(TextRoutines, CompareCharsUntilTheStop) {
+    for (const UntilCase& c : kUntilCases) {
+        EXPECT_EQ(c.expected,
+                  CompareCharsUntil(Txt<TypeParam>(c.s1).c_str(), Txt<TypeParam>(c.s2).c_str(),
+                                    static_cast<TypeParam>(c.stop), -1, -1, c.flags))
+            << c.s1 << " vs " << c.s2;
+        EXPECT_EQ(-c.expected,
+                  CompareCharsUntil(Txt<TypeParam>(c.s2).c_str(), Txt<TypeParam>(c.s1).c_str(),
+                                    static_cast<TypeParam>(c.stop), -1, -1, c.flags));
+    }
+    EXPECT_EQ(-1, CompareCharsUntil(Txt<TypeParam>("ab").c_str(), Txt<TypeParam>("ab").c_str(),
+                                    TypeParam(0), 1, 2));
+}
+
+struct PathCase {
+    const char* p1;
+    const char* p2;
+    int flags;
+    bool caseSensitive;
+    int sign;
+};
+
+const PathCase kPathCases[] = {
+    {"a\\b", "a.txt", cpn_dirs_first, false, -1},
+    {"b\\x", "a.txt", 0, false, 1},
+    {"b\\x", "a.txt", cpn_dirs_first, false, -1},
+    {"ABC", "abc", 0, false, 0},
+    {"ABC", "abc", 0, true, -1},
+    {"a/b", "A\\B", 0, false, 0},
+    {"a\\", "a", cpn_path1_dir | cpn_path2_dir, false, 0},
+    // Both directories: the path that ends first is the smaller.
+    {"a", "a\\b", cpn_dirs_first | cpn_path1_dir, false, -1},
+    // A file named like a directory sorts after it.
+    {"a", "a\\b", cpn_dirs_first, false, 1},
+    {"dir\\x2", "dir\\x10", 0, false, 1},
+    {"a\\b", "a\\b\\c", 0, false, -1},
+};
+
+TYPED_TEST(TextRoutines, ComparePathNameComponentByComponent) {
+    auto sign = [](int r) { return r < 0 ? -1 : (r > 0 ? 1 : 0); };
+    for (const PathCase& c : kPathCases) {
+        const auto p1 = Txt<TypeParam>(c.p1), p2 = Txt<TypeParam>(c.p2);
+        EXPECT_EQ(c.sign, sign(ComparePathName(p1.c_str(), p2.c_str(), c.flags, c.caseSensitive)))
+            << c.p1 << " vs " << c.p2;
+        // Swapping the paths (and their directory flags) swaps the answer.
+        const int swapped = (c.flags & cpn_dirs_first) | ((c.flags & cpn_path1_dir) << 1) |
+                            ((c.flags & cpn_path2_dir) >> 1);
+        EXPECT_EQ(-c.sign, sign(ComparePathName(p2.c_str(), p1.c_str(), swapped, c.caseSensitive)));
+    }
+}
+
+struct EscapeCase {
+    const char* in;
+    bool onlyInQuotes;
+    const char* out;
+};
+
+const EscapeCase kEscapeCases[] = {
+    {"\\101\\x41", false, "AA"},
+    {"\\t\\\\\\\"\\'\\?", false, "\t\\\"'?"},
+    {"a\\nb\\r\\a\\b\\f\\v", false, "a\nb\r\a\b\f\v"},
+    // Digits are taken as 0-9 at base 8: "\18" is 1*8+8.
+    {"\\18", false, "\x10"},
+    {"\\1234", false, "S4"},
+    {"\\x414", false, "A4"},
+    {"\\q\\x", false, "\\q\\x"},
+    {"ab\\", false, "ab\\"},
+    {"\\n\"\\n\"\\n", true, "\\n\"\n\"\\n"},
+    {"\"a\\\"b\"", true, "\"a\"b\""},
+};
+
+TYPED_TEST(TextRoutines, UnescapeStrDecodesInPlace) {
+    for (const EscapeCase& c : kEscapeCases) {
+        auto buf = Buffer<TypeParam>(c.in, 0);
+        int len = -1;
+        EXPECT_EQ(&buf[0], UnescapeStr(&buf[0], &len, c.onlyInQuotes));
+        EXPECT_EQ(c.out, Terminated(buf)) << c.in;
+        EXPECT_EQ(static_cast<int>(strlen(c.out)), len) << c.in;
+    }
+}
+
+TYPED_TEST(TextRoutines, UnescapeStrStrictRefusesAndKeepsTheText) {
+    const struct {
+        const char* in;
+        int pos;
+    } kErrors[] = {{"\\q", 0}, {"ab\\1234", 2}, {"\\x", 0}, {"x\\x414", 1}, {"\\n\\z", 2}};
+    for (const auto& e : kErrors) {
+        auto buf = Buffer<TypeParam>(e.in, 0);
+        int len = -1, pos = -1;
+        EXPECT_EQ(nullptr, UnescapeStr(&buf[0], &len, false, &pos)) << e.in;
+        EXPECT_EQ(e.pos, pos) << e.in;
+        EXPECT_EQ(e.in, Terminated(buf));
+    }
+    auto ok = Buffer<TypeParam>("\\123ab\\", 0);
+    int pos = -1, len = -1;
+    EXPECT_NE(nullptr, UnescapeStr(&ok[0], &len, false, &pos));
+    EXPECT_EQ("Sab\\", Terminated(ok));
+    EXPECT_EQ(-1, pos);
+}
+
+TYPED_TEST(TextRoutines, GetTextExtentCountsLinesAndWidestLine) {
+    int width = -1, lines = -1;
+    GetTextExtent(Txt<TypeParam>("ab\r\ncde\n").c_str(), -1, &width, &lines);
+    EXPECT_EQ(3, width);
+    EXPECT_EQ(3, lines);
+    GetTextExtent(Txt<TypeParam>("").c_str(), -1, &width, &lines);
+    EXPECT_EQ(0, width);
+    EXPECT_EQ(1, lines);
+    GetTextExtent(Txt<TypeParam>("abcd\nx").c_str(), 3, &width, nullptr);
+    EXPECT_EQ(3, width);
+}
+
+TYPED_TEST(TextRoutines, CopyBoundedCutsAndTerminates) {
+    ReportCapture reports;
+    std::basic_string<TypeParam> dest(8, TypeParam('#'));
+    CopyBounded(&dest[0], Txt<TypeParam>("abcdef").c_str(), -1, 4);
+    EXPECT_EQ("abc", Terminated(dest));
+    EXPECT_EQ(TypeParam('#'), dest[4]);
+    CopyBounded(&dest[0], Txt<TypeParam>("xy").c_str(), -1, 6, true);
+    EXPECT_EQ(Txt<TypeParam>("xy") + std::basic_string<TypeParam>(4, 0) + Txt<TypeParam>("##"),
+              dest);
+    CopyBounded(&dest[0], Txt<TypeParam>("1234567").c_str(), 5, -1);
+    EXPECT_EQ("12345", Terminated(dest));
+    EXPECT_EQ(0, reports.Count());
+    CopyBounded(&dest[0], Txt<TypeParam>("zz").c_str(), -1, 0);
+    EXPECT_EQ(1, reports.Count("(false)"));
+    EXPECT_EQ("12345", Terminated(dest));
+}
+
+}  // namespace

@@ -1,0 +1,50 @@
+// A directory of its own for one test, under the system's temporary directory,
+// removed with everything in it when the test ends; and the whole of a file as
+// text, read and written.
+#pragma once
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "qdr/platform/os.h"
+
+class ScratchDir {
+public:
+    explicit ScratchDir(const std::string& tag) {
+        static std::atomic<int> serial{0};
+        path_ = std::filesystem::temp_directory_path() /
+                (tag + "-" + std::to_string(os::CurrentProcessId()) + "-" +
+                 std::to_string(serial.fetch_add(1)));
+        std::filesystem::remove_all(path_);
+        std::filesystem::create_directories(path_);
+    }
+    ~ScratchDir() {
+        std::error_code ignored;
+        std::filesystem::permissions(path_, std::filesystem::perms::owner_all,
+                                     std::filesystem::perm_options::add, ignored);
+        std::filesystem::remove_all(path_, ignored);
+    }
+    ScratchDir(const ScratchDir&) = delete;
+    ScratchDir& operator=(const ScratchDir&) = delete;
+
+    const std::filesystem::path& Path() const { return path_; }
+    // A path inside, as text with '/' separators.
+    std::string operator/(const std::string& relative) const { return (path_ / relative).string(); }
+    std::string Text() const { return path_.string(); }
+
+private:
+    std::filesystem::path path_;
+};
+
+inline std::string Contents(const std::filesystem::path& path) {
+    std::stringstream all;
+    all << std::ifstream(path, std::ios::binary).rdbuf();
+    return all.str();
+}
+
+inline void Write(const std::filesystem::path& path, const std::string& data) {
+    std::ofstream(path, std::ios::binary) << data;
+}
