@@ -133,10 +133,12 @@ static inline void QDLogEventW(int type, const char16_t* fmt, ...) {
 
 /* Tests the bit first: a disabled level costs the GetQDLogMaskPtr() call (which
  * keeps qdlog.ini's settings fresh), one load and one test; its arguments are not
- * evaluated and nothing is formatted. */
-#define QDLOG_IF_LEVEL(bit, event, type, ...)                       \
-    do {                                                            \
-        if (*GetQDLogMaskPtr() & (bit)) event((type), __VA_ARGS__); \
+ * evaluated and nothing is formatted. The load is atomic, as the configuration
+ * pass of another thread may store the word meanwhile. */
+#define QDLOG_IF_LEVEL(bit, event, type, ...)                             \
+    do {                                                                  \
+        if (__atomic_load_n(GetQDLogMaskPtr(), __ATOMIC_RELAXED) & (bit)) \
+            event((type), __VA_ARGS__);                                   \
     } while (0)
 
 #define QDLOG_INFO(...) QDLOG_IF_LEVEL(QDLOG_MASK_INFO, QDLogEvent, QDLOG_TYPE_INFO, __VA_ARGS__)
