@@ -53,10 +53,7 @@ TEST(QuickStringSetFind, PositionsOfPresentAndAbsentKeys) {
 TEST(QuickStringSetOrder, HighBytesSortFirstBelow16UnitsAndLastFrom16) {
     ReportCapture reports;
     const std::string tail(19, 'a');
-    const std::string shortHigh =
-                          "\x80"
-                          "bc",
-                      shortLow = "Abc";
+    const std::string shortHigh = std::string("\x80") + "bc", shortLow = "Abc";
     const std::string longHigh = "\x80" + tail, longLow = "A" + tail;
     const std::vector<std::string> shortKeys = {shortLow, shortHigh, "", "Ab"};
     const std::vector<std::string> longKeys = {longHigh, longLow};
