@@ -113,14 +113,6 @@ class SelfInsertion : public ::testing::Test {};
 typedef ::testing::Types<std::string, char> ItemTypes;
 TYPED_TEST_SUITE(SelfInsertion, ItemTypes);
 
-template <class T>
-T Item(char c) {
-    if constexpr (std::is_same<T, char>::value)
-        return c;
-    else
-        return T(1, c);
-}
-
 template <class A>
 std::string Join(const A& a) {
     std::string s;
@@ -141,7 +133,7 @@ TYPED_TEST(SelfInsertion, SourceStraddlingBehindOrBeforeTheInsertionPoint) {
     ReportCapture reports;
     for (const Case& c : cases) {
         SmartArray<TypeParam, 8> a;
-        for (char ch : std::string("ABCDE")) a.push_back(Item<TypeParam>(ch));
+        for (char ch : std::string("ABCDE")) a.push_back(TypeParam{ch});
         EXPECT_TRUE(a.InsertAt(c.ins, a.begin() + c.from, c.count));
         EXPECT_EQ(c.expected, Join(a))
             << "InsertAt(" << c.ins << ", p_ + " << c.from << ", " << c.count << ")";
@@ -151,16 +143,16 @@ TYPED_TEST(SelfInsertion, SourceStraddlingBehindOrBeforeTheInsertionPoint) {
 
 TYPED_TEST(SelfInsertion, ReallocationReadsTheSourceFromTheNewBlock) {
     SmartArray<TypeParam, 8> a;
-    for (char ch : std::string("ABCDEFGH")) a.push_back(Item<TypeParam>(ch));
+    for (char ch : std::string("ABCDEFGH")) a.push_back(TypeParam{ch});
     ASSERT_TRUE(a.IsStack());
     EXPECT_TRUE(a.InsertAt(2, a.begin() + 1, 6));  // inline block to heap, straddling
     EXPECT_EQ("ABBCDEFGCDEFGH", Join(a));
     EXPECT_FALSE(a.IsStack());
-    while (a.size() < a.MaxLength()) a.push_back(Item<TypeParam>('x'));
+    while (a.size() < a.MaxLength()) a.push_back(TypeParam{'x'});
     const TypeParam* before = a.begin();
     a.push_back(a[0]);  // a full heap block: the source moves with the items
     EXPECT_NE(before, a.begin());
-    EXPECT_EQ(Item<TypeParam>('A'), a[a.size() - 1]);
+    EXPECT_EQ(TypeParam{'A'}, a[a.size() - 1]);
     EXPECT_EQ("ABBCDEFGCDEFGH", Join(a).substr(0, 14));
 }
 
