@@ -34,7 +34,7 @@ std::vector<int> CapacitySequence(int pushes) {
     return seen;
 }
 
-TEST(NextLength, DoublesBelow128MiBThenStepsBy128MiB) {
+TEST(SmartArrayCapacity, DoublesBelow128MiBThenStepsBy128MiBInSequencesBySize) {
     struct Case {
         int32_t old_items, item_bytes, increase, expected;
     } cases[] = {
@@ -44,11 +44,7 @@ TEST(NextLength, DoublesBelow128MiBThenStepsBy128MiB) {
         {0x2000000, 4, 0x3000000, 0x5000000},  // or the request, if larger
     };
     for (const Case& c : cases)
-        EXPECT_EQ(c.expected, NextLength(c.old_items, c.item_bytes, c.increase))
-            << c.old_items << " items of " << c.item_bytes << " bytes + " << c.increase;
-}
-
-TEST(SmartArrayCapacity, SequencesFor4And48And88ByteItems) {
+        EXPECT_EQ(c.expected, NextLength(c.old_items, c.item_bytes, c.increase)) << c.old_items;
     EXPECT_EQ((std::vector<int>{16, 32, 64}), (CapacitySequence<int, 0>(40)));
     EXPECT_EQ((std::vector<int>{1, 2, 4, 8, 16}), (CapacitySequence<Record<48>, 0>(9)));
     EXPECT_EQ((std::vector<int>{1, 2, 4, 8, 16}), (CapacitySequence<Record<88>, 0>(9)));
@@ -76,10 +72,10 @@ TEST(SmartArrayCapacity, GoesToTheHeapPastStackLenAndComesBackWhenEmptied) {
     EXPECT_EQ(0, reports.Count());
 }
 
-TEST(SmartArrayCapacity, ShrinkKeepsADeadBandAtTheBoundary) {
+TEST(SmartArrayCapacity, ShrinkKeepsADeadBandAndSetMaxLengthIsRefusedBelowTheItems) {
+    ReportCapture reports;
     SmartArray<int, 0> a;
     for (int i = 0; i < 40; ++i) a.push_back(i);
-    EXPECT_EQ(64, a.MaxLength());
     a.RemoveAt(0, 22);  // 18 items: the last insertion of 18 would have asked for 64
     EXPECT_EQ(64, a.MaxLength());
     a.RemoveAt(0, 1);  // 17 items
@@ -87,23 +83,17 @@ TEST(SmartArrayCapacity, ShrinkKeepsADeadBandAtTheBoundary) {
     a.push_back(1);
     a.RemoveAt(17, 1);  // back and forth at the boundary without reallocating
     EXPECT_EQ(32, a.MaxLength());
-}
-
-TEST(SmartArrayCapacity, SetMaxLengthBelowTheItemsIsRefusedAndIndexStopsAtTheLiveItems) {
-    ReportCapture reports;
-    SmartArray<int, 0> a;
-    for (int i = 0; i < 10; ++i) a.push_back(i);
     int* block = a.begin();
     a.SetMaxLength(5);  // silently
-    EXPECT_EQ(16, a.MaxLength());
     EXPECT_EQ(block, a.begin());
-    a.SetMaxLength(10);  // exact
-    EXPECT_EQ(10, a.MaxLength());
-    a.SetMaxLength(12);
-    a[9] = 5;
+    a.SetMaxLength(17);  // exact
+    EXPECT_EQ(17, a.MaxLength());
+    EXPECT_EQ(39, a[16]);
     EXPECT_EQ(0, reports.Count());
-    a[10];
-    EXPECT_EQ(1, reports.Count("(index >= 0 && index < *valid_cnt_)"));
+    a[17];  // operator[] is bounded by the live items, not the capacity
+    a.SetMaxLength(20);
+    a[17];
+    EXPECT_EQ(2, reports.Count("(index >= 0 && index < *valid_cnt_)"));
 }
 
 // The three positions of a source inside the array, with a non-trivial item type
@@ -179,12 +169,17 @@ TEST(SmartArrayRules, BrokenArgumentsAreReportedAndChangeNothing) {
     EXPECT_EQ(4, a.size());
 }
 
-TEST(SmartArrayAssign, SetsAnExactCapacityFromItselfOrFromOutside) {
-    SmartArray<std::string, 0> a;
+TEST(SmartArrayAssign, AssignAndResizeSetAnExactCapacity) {
+    SmartArray<std::string, 2> a;
     for (int i = 0; i < 20; ++i) a.push_back(std::string(1, 'a' + i));
     a.assign(a.begin() + 5, a.begin() + 8);  // a sub-range of itself
     EXPECT_EQ("fgh", Join(a));
     EXPECT_EQ(3, a.MaxLength());
+    a.Resize(6, a[0]);  // the value lies in the block that moves
+    EXPECT_EQ("fghfff", Join(a));
+    EXPECT_EQ(6, a.MaxLength());
+    a.Resize(1, std::string());
+    EXPECT_TRUE(a.IsStack());
     std::vector<int> source(40, 7);
     SmartArray<int, 4> b;
     b.push_back(1);
@@ -194,17 +189,6 @@ TEST(SmartArrayAssign, SetsAnExactCapacityFromItselfOrFromOutside) {
         EXPECT_EQ(count, b.MaxLength());
     }
     EXPECT_TRUE(b.IsStack());
-}
-
-TEST(SmartArrayResize, GrowsExactlyWithCopiesAndCutsTheTail) {
-    SmartArray<std::string, 2> a;
-    a.push_back("x");
-    a.Resize(5, a[0]);  // the value lies in the block that moves
-    EXPECT_EQ("xxxxx", Join(a));
-    EXPECT_EQ(5, a.MaxLength());
-    a.Resize(1, std::string());
-    EXPECT_EQ(1, a.size());
-    EXPECT_TRUE(a.IsStack());
 }
 
 TEST(SmartArrayRemove, DeadSlotsAreFilledWith0xCDAndEraseReturnsWhereItStopped) {

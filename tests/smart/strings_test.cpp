@@ -17,49 +17,38 @@ std::string S(const PtrStr& s) {
     return s.ToString();
 }
 
-TEST(PtrStr, ValidityFindIndexAndTrim) {
-    ReportCapture reports;
-    PtrStr broken;
-    broken.len = 3;  // a length without a text
-    EXPECT_FALSE(broken.ValidCheck());
-    EXPECT_EQ(1, reports.Count("(false)"));
-    PtrStr refused(nullptr, 3);
-    EXPECT_EQ(1, reports.Count("(AfxIsValidString(s, n))"));
-    EXPECT_EQ(0, refused.len);
+TEST(PtrStr, SlicesFindIndexTrimAndTheNullTest) {
+    const char* text = "hello";
+    PtrStr s(text, 5);
+    const struct {
+        PtrStr slice;
+        const char* expected;  // null: the empty value, whose p is null
+    } cases[] = {
+        {s.Mid(1), "ello"},      {s.Mid(5), ""},         {s.Mid(6), nullptr},
+        {s.Mid(-2, 4), "he"},    {s.Mid(1, 2), "el"},    {s.Mid(3, 100), "lo"},
+        {s.Mid(2, -3), nullptr}, {s.Left(100), "hello"}, {s.Left(0), ""},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(c.expected ? c.expected : "", S(c.slice));
+        EXPECT_EQ(!c.expected, c.slice.p == nullptr) << c.slice.len;
+    }
+    EXPECT_EQ(text + 5, s.Mid(5).p);
+    EXPECT_EQ(3, s.Find('l', 3));
+    EXPECT_EQ(-1, s.Find('l', 5));
+    EXPECT_EQ(-1, s.Find('h', -1));
 
-    PtrStr s("a,b,c", -1);
-    EXPECT_EQ(5, s.len);
-    EXPECT_EQ(3, s.Find(',', 2));
-    EXPECT_EQ(-1, s.Find(',', 5));
-    EXPECT_EQ(-1, s.Find(',', -1));
+    ReportCapture reports;
     EXPECT_EQ(0, s[5]);
     EXPECT_EQ(1, reports.Count("(ValidCheck() && 0<=i && i<this->len)"));
-
+    PtrStr refused(nullptr, 3);  // the null test of AfxIsValidString
+    EXPECT_EQ(1, reports.Count("(AfxIsValidString(s, n))"));
+    EXPECT_EQ(0, refused.len);
     const char* line = " \t key = v \r\n";
     PtrStr trimmed(line, -1);
     EXPECT_EQ("key = v", S(trimmed.Trim(" \t\r\n")));
     EXPECT_EQ(line + 3, trimmed.p);
     PtrStr blanks(line, 2);
     EXPECT_EQ(0, blanks.Trim(" \t").len);
-}
-
-TEST(PtrStr, SlicesAreCutToTheText) {
-    const char* text = "hello";
-    PtrStr s(text, 5);
-    struct Case {
-        PtrStr slice;
-        const char* expected;
-        bool nullP;
-    } cases[] = {
-        {s.Mid(1), "ello", false},   {s.Mid(5), "", false},         {s.Mid(6), "", true},
-        {s.Mid(-2, 4), "he", false}, {s.Mid(1, 2), "el", false},    {s.Mid(3, 100), "lo", false},
-        {s.Mid(2, -3), "", true},    {s.Left(100), "hello", false}, {s.Left(0), "", false},
-    };
-    for (const Case& c : cases) {
-        EXPECT_EQ(c.expected, S(c.slice));
-        EXPECT_EQ(c.nullP, c.slice.p == nullptr) << c.expected;
-    }
-    EXPECT_EQ(text + 5, s.Mid(5).p);
 }
 
 TEST(LazyStr, NeverNullAndMeasuredOnDemand) {
@@ -77,36 +66,25 @@ TEST(LazyStr, NeverNullAndMeasuredOnDemand) {
     EXPECT_EQ(1, reports.Count());
 }
 
-TEST(MiniStr, FormatCompareAndFind) {
-    ReportCapture reports;
-    MiniStr s;
-    s.Format("%s", std::string(3000, 'x').c_str());  // beyond the 1024-unit scratch
-    EXPECT_EQ(3000u, s.size());
-    s.Format("%s-%04d", "beta", 42);
-    EXPECT_EQ("beta-0042", s);
+TEST(MiniStr, CompareFindAndANullFormat) {
+    ReportCapture reports;  // its formatting shows through FormatStr in the string kit's tests
+    MiniStr s("beta");
     EXPECT_TRUE(s > "Beta");  // byte order
     EXPECT_EQ(2, s.Find("ta"));
     EXPECT_EQ(-1, s.Find("ta", 3));
-    MiniStrW w;
-    w.Format(u"%04d|%S", 42, "ab");
-    EXPECT_EQ(u"0042|ab", std::u16string(w.c_str()));
-    s.Format(nullptr);
+    EXPECT_TRUE(s.Format(nullptr).empty());
     EXPECT_EQ(1, reports.Count("(AfxIsValidString(fmt))"));
-    EXPECT_EQ(1, reports.Count());
-    EXPECT_TRUE(s.empty());
 }
 
 TEST(SmartStr, FormatStaysBuiltInUpTo255Units) {
     SmartStr s;
     s.Format("%s", std::string(255, 'a').c_str());
     EXPECT_TRUE(s.IsBuiltIn());
-    EXPECT_EQ(255, s.Length());
     s.Format("%s", std::string(256, 'b').c_str());
     EXPECT_FALSE(s.IsBuiltIn());
     EXPECT_EQ(std::string(256, 'b'), s.c_str());
-    s.Format("%d", 7);
+    EXPECT_STREQ("7", s.Format("%d", 7).c_str());
     EXPECT_TRUE(s.IsBuiltIn());
-    EXPECT_STREQ("7", s.c_str());
     // The wide form follows the Windows wide rules: %s is wide, %S narrow.
     SmartStrW w;
     w.Format(u"%s|%S|%d", u"中文", "ab", 5);
@@ -134,8 +112,7 @@ TYPED_TEST(SmartStrWidths, ConvertedTextOf255UnitsIsBuiltInAnd256IsNot) {
 TEST(SmartStr, ConversionsOfNonAsciiText) {
     ReportCapture reports;
     EXPECT_STREQ("\xE4\xB8\xAD\xE6\x96\x87", SmartStr(u"\u4e2d\u6587", -1).c_str());
-    EXPECT_EQ(5, SmartStr(u"a\U0001F600", -1).Length());  // a surrogate pair counts 4
-    EXPECT_STREQ("ab", SmartStr(u"abc", 2).c_str());
+    EXPECT_EQ(5, SmartStr(u"a\U0001F600", -1).Length());          // a surrogate pair counts 4
     SmartStr narrow(std::u16string(100, u'\u4e2d').c_str(), -1);  // 100 units, 300 bytes
     EXPECT_EQ(300, narrow.Length());
     EXPECT_FALSE(narrow.IsBuiltIn());
@@ -156,9 +133,7 @@ TEST(StrAccessor, IteratorsAreBoundToTheirTextAndItsEnd) {
     const std::string pastEnd = "(0<=offset_ && offset_<=owner_->len_)";
     StrAccessor<char> text("ab", 2), other("xy", 2);
     StrAccessor<char>::iterator it = text.begin();
-    EXPECT_EQ('a', *it);
     it += 2;
-    EXPECT_TRUE(text.IsEnd(it));
     EXPECT_EQ(0, reports.Count());
     EXPECT_EQ(0, *it);
     EXPECT_EQ(1, reports.Count(atEnd));
@@ -170,15 +145,11 @@ TEST(StrAccessor, IteratorsAreBoundToTheirTextAndItsEnd) {
     EXPECT_EQ(1, reports.Count("(it.owner_==this)"));
     it - other.begin();
     EXPECT_EQ(1, reports.Count("(owner_ && owner_==r.owner_)"));
-    StrAccessor<char>::iterator first = text.begin();
-    first += 3;  // past the end in one step
-    EXPECT_EQ(2, reports.Count(pastEnd));
-    EXPECT_TRUE(text.IsEnd(first));
 }
 
 // SplitText for both widths: each case is split as a counted and as a terminated
-// text. The plain modes and quoting, split into an array, are shown through SplitStr
-// in the string kit's tests; these are the edges.
+// text. The plain modes and quoting at one separator unit, into an array, are shown
+// through SplitStr in the string kit's tests; these are the edges.
 template <class CHAR>
 class SplitTextTest : public ::testing::Test {};
 TYPED_TEST_SUITE(SplitTextTest, CodeUnits);
@@ -190,55 +161,47 @@ bool Collect(void* param, const CHAR* piece, int32_t len) {
     return true;
 }
 
-TYPED_TEST(SplitTextTest, ModesAndQuoting) {
+TYPED_TEST(SplitTextTest, ModesQuotingAndASetOfSeparators) {
     struct Case {
-        const char* text;
+        const char *text, *separators;
         int mode;
         bool quoted;
         std::vector<std::string> pieces;
     } cases[] = {
-        {",,a,", 0, false, {"a"}},
-        {"a,", 2, false, {"a"}},  // no empty piece behind a final separator
-        {",a,,", 1, false, {",", "a,", ","}},
-        {",a", 2, false, {"", "a"}},
-        {"", 2, false, {}},
-        {"\"a,b\",c", 0, true, {"\"a", "b\",c"}},  // an opening quote is not examined
-        {"x\"a,b\",c", 0, false, {"x\"a", "b\"", "c"}},
+        {",,a,", ",", 0, false, {"a"}},
+        {"a,", ",", 2, false, {"a"}},  // no empty piece behind a final separator
+        {",a,,", ",", 1, false, {",", "a,", ","}},
+        {",a", ",", 2, false, {"", "a"}},
+        {"", ",", 2, false, {}},
+        {"\"a,b\",c", ",", 0, true, {"\"a", "b\",c"}},  // an opening quote is not examined
+        {"x\"a,b\",c", ",", 0, false, {"x\"a", "b\"", "c"}},
+        {"k=v;x=y", "=;", 0, false, {"k", "v", "x", "y"}},
     };
     ReportCapture reports;
-    const SplitSeparator<TypeParam> comma(static_cast<TypeParam>(','));
     for (const Case& c : cases) {
-        const std::basic_string<TypeParam> text = T<TypeParam>(c.text);
+        const auto text = T<TypeParam>(c.text), separators = T<TypeParam>(c.separators);
         for (int32_t len : {static_cast<int32_t>(text.size()), -1}) {
             std::vector<std::string> got;
-            EXPECT_TRUE(
-                SplitText(&Collect<TypeParam>, &got, text.c_str(), len, comma, c.mode, c.quoted));
+            EXPECT_TRUE(SplitText(&Collect<TypeParam>, &got, text.c_str(), len,
+                                  SplitSeparator<TypeParam>(separators.c_str()), c.mode, c.quoted));
             EXPECT_EQ(c.pieces, got) << c.text << " mode " << c.mode << " len " << len;
         }
     }
     EXPECT_EQ(0, reports.Count());
 }
 
-TYPED_TEST(SplitTextTest, ASetOfSeparatorsAndAStoppingReceiver) {
-    const std::basic_string<TypeParam> text = T<TypeParam>("k=v;x=y"), set = T<TypeParam>("=;");
-    std::vector<std::string> all;
-    EXPECT_TRUE(SplitText(&Collect<TypeParam>, &all, text.c_str(), -1,
-                          SplitSeparator<TypeParam>(set.c_str()), 0, false));
-    EXPECT_EQ((std::vector<std::string>{"k", "v", "x", "y"}), all);
-    int calls = 0;
-    bool (*stopAtSecond)(void*, const TypeParam*, int32_t) =
-        [](void* n, const TypeParam*, int32_t) { return ++*static_cast<int*>(n) < 2; };
-    EXPECT_FALSE(SplitText(stopAtSecond, &calls, text.c_str(), -1,
-                           SplitSeparator<TypeParam>(set.c_str()), 0, false));
-    EXPECT_EQ(2, calls);
-}
-
-TEST(SplitText, OverAReversedTextAndBadArguments) {
+TEST(SplitText, OverAReversedTextAStoppingReceiverAndBadArguments) {
     ReverseStrAccessor<char> text("ab,cd", 5);
     std::vector<std::string> pieces;
     auto collect = [&pieces](const char* p, int32_t len) { return Collect(&pieces, p, len); };
     EXPECT_TRUE(SplitText(text, SplitSeparator<char>(','), collect, 0, false));
     EXPECT_EQ((std::vector<std::string>{"cd", "ab"}), pieces);  // memory order per piece
+    int calls = 0;
+    bool (*stopAtSecond)(void*, const char*, int32_t) = [](void* n, const char*, int32_t) {
+        return ++*static_cast<int*>(n) < 2;
+    };
+    EXPECT_FALSE(SplitText(stopAtSecond, &calls, "a,b,c", -1, SplitSeparator<char>(','), 0, false));
+    EXPECT_EQ(2, calls);
 
     ReportCapture reports;
     SmartArray<PtrStr, 4> none;
