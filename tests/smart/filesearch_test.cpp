@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <set>
 #include <sstream>
 #include <string>
@@ -112,9 +111,6 @@ TEST_F(FileSearch, WalksTheTreeWithPatternsAppliedToNamesOnly) {
     EXPECT_TRUE(Search("a", "*.txt", 10000));  // b does not match and is entered all the same
     EXPECT_EQ(1, std::count(seen_.found.begin(), seen_.found.end(), "a/b/f2.txt"));
     seen_.found.clear();
-    EXPECT_TRUE(Search("c", "*.*", 0));  // "*.*" takes a name without a dot too
-    EXPECT_EQ((std::vector<std::string>{"c/noext"}), seen_.found);
-    seen_.found.clear();
     EXPECT_TRUE(Search("missing|a/b/f2.txt", "*", 10000));  // nothing to read: empty
     EXPECT_TRUE(seen_.found.empty());
 }
@@ -204,7 +200,6 @@ TEST_F(FileSearch, FinderMatchesAsThePlatformsFindCallDoes) {
     EXPECT_TRUE(finder.IsDirectory());
     EXPECT_EQ("b", std::string(finder.GetName()));
     EXPECT_FALSE(finder.Open((dir_ / "a/*.none").c_str()));
-    EXPECT_FALSE(finder.Open((dir_ / "a/").c_str()));
     EXPECT_EQ(nullptr, finder.GetName());
 }
 
