@@ -69,11 +69,14 @@ protected:
         seen_.base = dir_.Text() + "/";
     }
 
-    // SearchFiles over starts relative to the scratch directory ("." is itself).
+    // SearchFiles over starts relative to the scratch directory ("." is itself),
+    // with what an earlier search saw forgotten.
     bool Search(const std::string& starts, const char* patterns, int depth,
                 uint32_t excludeAttrs = 0, const char* excludeDirs = nullptr,
                 const char* excludeFiles = nullptr, const char* excludePaths = nullptr,
                 bool visit = false) {
+        seen_.found.clear();
+        seen_.visited.clear();
         std::string begin;
         std::stringstream pieces(starts);
         for (std::string piece; std::getline(pieces, piece, '|');)
@@ -100,17 +103,13 @@ TEST_F(FileSearch, WalksTheTreeWithPatternsAppliedToNamesOnly) {
         return std::find(seen_.found.begin(), seen_.found.end(), p) - seen_.found.begin();
     };
     EXPECT_LT(at("a/b/"), at("a/b/f2.txt"));
-
-    seen_.found.clear();
     // "." covers a and c; "*." takes names without a dot, directories too.
     EXPECT_TRUE(Search("a|c|.", "*.txt;*.", 10000));
     EXPECT_EQ((std::vector<std::string>{"a/", "a/.hidden.txt", "a/b/", "a/b/f2.txt", "a/f1.txt",
                                         "c/", "c/noext", "top.TXT"}),
               Sorted(seen_.found));
-    seen_.found.clear();
     EXPECT_TRUE(Search("a", "*.txt", 10000));  // b does not match and is entered all the same
     EXPECT_EQ(1, std::count(seen_.found.begin(), seen_.found.end(), "a/b/f2.txt"));
-    seen_.found.clear();
     EXPECT_TRUE(Search("missing|a/b/f2.txt", "*", 10000));  // nothing to read: empty
     EXPECT_TRUE(seen_.found.empty());
 }
@@ -120,23 +119,19 @@ TEST_F(FileSearch, OverlappingStartsAreWalkedOnce) {
     EXPECT_TRUE(Search("a|a/b", "f2.txt", 10000));
     EXPECT_EQ((std::vector<std::string>{"a/b/f2.txt"}), seen_.found);
     // The ancestor takes the earlier place: the walk begins in a, not in a/b.
-    seen_.found.clear();
     EXPECT_TRUE(Search("a/b|a", "*", 10000));
     ASSERT_FALSE(seen_.found.empty());
     EXPECT_EQ(std::string::npos, seen_.found.front().find("b/f2"));
     EXPECT_EQ(1, std::count(seen_.found.begin(), seen_.found.end(), "a/b/f2.txt"));
     // Without recursion a parent and its child are different sets of files.
-    seen_.found.clear();
     EXPECT_TRUE(Search("a|a/b", "*.txt", 0));
     EXPECT_EQ((std::vector<std::string>{"a/.hidden.txt", "a/b/f2.txt", "a/f1.txt"}),
               Sorted(seen_.found));
     // The same directory twice goes in both modes; the comparison ignores case, so
     // "A" (which does not exist here) stands for "a" and nothing is found.
     for (int depth : {0, 10000}) {
-        seen_.found.clear();
         EXPECT_TRUE(Search("a|c/../a", "f1.txt", depth));
         EXPECT_EQ((std::vector<std::string>{"a/f1.txt"}), seen_.found);
-        seen_.found.clear();
         EXPECT_TRUE(Search("A|a", "*", depth));
         EXPECT_TRUE(seen_.found.empty()) << depth;
     }
@@ -147,19 +142,13 @@ TEST_F(FileSearch, ExclusionsSkipEntriesAndTheVisitorSeesThem) {
     EXPECT_TRUE(Search("a", "*", 10000, 0x10));
     EXPECT_EQ((std::vector<std::string>{"a/.hidden.txt", "a/f1.txt", "a/g.log"}),
               Sorted(seen_.found));
-    seen_.found.clear();
     EXPECT_TRUE(Search("a", "*", 10000, 0x02, nullptr, nullptr, nullptr, true));
     EXPECT_EQ(0, std::count(seen_.visited.begin(), seen_.visited.end(), "a/.hidden.txt+"));
     EXPECT_EQ(4u, seen_.found.size());
-
-    seen_.found.clear();
-    seen_.visited.clear();
     EXPECT_TRUE(Search("a", "*", 10000, 0, "B", "*.LOG;.*", nullptr, true));
     EXPECT_EQ((std::vector<std::string>{"a/f1.txt"}), seen_.found);
     EXPECT_EQ((std::vector<std::string>{"a/.hidden.txt-", "a/b/-", "a/f1.txt+", "a/g.log-"}),
               Sorted(seen_.visited));  // b is not entered
-    seen_.found.clear();
-    seen_.visited.clear();
     EXPECT_TRUE(Search("a", "*.txt", 10000, 0, nullptr, nullptr, "*/b", true));
     EXPECT_EQ((std::vector<std::string>{"a/.hidden.txt", "a/f1.txt"}), Sorted(seen_.found));
     // Not matching the patterns is no exclusion: "passed" is false all the same.

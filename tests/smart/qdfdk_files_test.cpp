@@ -99,37 +99,32 @@ TYPED_TEST(FileKit, RemovePathTreeRemovesLinksButNotTheirTargets) {
     EXPECT_FALSE(RemovePathTree(T<C>("").c_str()));
 }
 
-TYPED_TEST(FileKit, RenameNeverReplacesAndCopyKeepsTimeAndBytes) {
+// Times are set from local time and read back in UTC.
+TYPED_TEST(FileKit, TimesRenamesAndCopies) {
     Write(this->dir_ / "a", "aaa");
     Write(this->dir_ / "b", "bbb");
-    EXPECT_FALSE(RenamePath(this->In("a").c_str(), this->In("b").c_str()));
-    EXPECT_EQ("bbb", Contents(this->dir_ / "b"));
-    EXPECT_TRUE(RenamePath(this->In("a").c_str(), this->In("c").c_str()));
-    fs::create_directory(this->dir_ / "dir2");
-
+    const auto a = this->In("a"), b = this->In("b"), c = this->In("c");
     const MSEL local = DateTextToMSEL("20200102030405", false, true);
-    ASSERT_TRUE(SetFileModifyTime(this->In("c").c_str(), local));
-    EXPECT_FALSE(CopyPath(this->In("c").c_str(), this->In("b").c_str(), true));
-    EXPECT_EQ("bbb", Contents(this->dir_ / "b"));
-    EXPECT_TRUE(CopyPath(this->In("c").c_str(), this->In("b").c_str(), false));
-    EXPECT_EQ("aaa", Contents(this->dir_ / "b"));
-    EXPECT_EQ(GetFileModifyTime(this->In("c").c_str()), GetFileModifyTime(this->In("b").c_str()));
-    EXPECT_FALSE(CopyPath(this->In("dir2").c_str(), this->In("e").c_str(), false));
-    EXPECT_EQ(3u, std::distance(fs::directory_iterator(this->dir_.Path()), {}));  // no leftovers
-}
-
-TYPED_TEST(FileKit, ModifyTimeIsReadInUtcAndSetFromLocalTime) {
-    Write(this->dir_ / "t", "t");
-    const auto t = this->In("t");
-    const MSEL local = DateTextToMSEL("20200102030405", false, true);
-    ASSERT_TRUE(SetFileModifyTime(t.c_str(), local + 999));
-    EXPECT_EQ(local - GetLocalZoneOffset(), GetFileModifyTime(t.c_str()));
-    const MSEL before = GetMSEL() / 1000 * 1000;
-    EXPECT_TRUE(SetFileModifyTime(t.c_str(), -1));
-    EXPECT_GE(GetFileModifyTime(t.c_str()), before);
-    EXPECT_FALSE(SetFileModifyTime(t.c_str(), 2147443200000LL * 2));
-    EXPECT_FALSE(SetFileModifyTime(this->In("missing").c_str(), local));
+    ASSERT_TRUE(SetFileModifyTime(a.c_str(), local + 999));
+    EXPECT_EQ(local - GetLocalZoneOffset(), GetFileModifyTime(a.c_str()));
+    EXPECT_FALSE(SetFileModifyTime(a.c_str(), 2147443200000LL * 2));
     EXPECT_EQ(-1, GetFileModifyTime(this->In("missing").c_str()));
+
+    EXPECT_FALSE(RenamePath(a.c_str(), b.c_str()));  // never replaces
+    EXPECT_EQ("bbb", Contents(this->dir_ / "b"));
+    EXPECT_TRUE(RenamePath(a.c_str(), c.c_str()));
+    EXPECT_FALSE(CopyPath(c.c_str(), b.c_str(), true));
+    EXPECT_EQ("bbb", Contents(this->dir_ / "b"));
+    EXPECT_TRUE(CopyPath(c.c_str(), b.c_str(), false));
+    EXPECT_EQ("aaa", Contents(this->dir_ / "b"));
+    EXPECT_EQ(GetFileModifyTime(c.c_str()), GetFileModifyTime(b.c_str()));
+    fs::create_directory(this->dir_ / "dir");
+    EXPECT_FALSE(CopyPath(this->In("dir").c_str(), this->In("e").c_str(), false));
+    EXPECT_EQ(3u, std::distance(fs::directory_iterator(this->dir_.Path()), {}));  // no leftovers
+
+    const MSEL before = GetMSEL() / 1000 * 1000;
+    EXPECT_TRUE(SetFileModifyTime(b.c_str(), -1));  // now
+    EXPECT_GE(GetFileModifyTime(b.c_str()), before);
 }
 
 TYPED_TEST(FileKit, SetFileLengthGoesUpToATebibyte) {
