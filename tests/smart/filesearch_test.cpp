@@ -24,29 +24,29 @@ std::string Normal(std::string path) {
     return path;
 }
 
-// What a walk reported, as paths relative to the scratch directory with '/'.
+// What a walk reported, as paths relative to the scratch directory with '/' and a
+// directory with '/' behind; the visitor's entries end in "+" or "-" for passed.
 struct Seen {
     std::string base;
-    std::vector<std::string> found;    // fileCb, in order
-    std::vector<std::string> visited;  // visitCb: path and "+" or "-"
-    std::set<std::string> refuse;      // fileCb answers false for these
-    std::string Relative(const char* pathname) const {
+    std::vector<std::string> found, visited;
+    std::set<std::string> refuse;  // fileCb answers false for these
+    std::string Relative(const char* pathname, bool isDir) const {
         std::string path(pathname);
         std::replace(path.begin(), path.end(), '\\', '/');
-        return path.compare(0, base.size(), base) == 0 ? path.substr(base.size()) : path;
+        if (path.compare(0, base.size(), base) == 0) path.erase(0, base.size());
+        return path + (isDir ? "/" : "");
     }
 };
 
 bool Found(void* param, bool isDir, const char* pathname) {
     Seen* seen = static_cast<Seen*>(param);
-    const std::string relative = seen->Relative(pathname) + (isDir ? "/" : "");
-    seen->found.push_back(relative);
-    return seen->refuse.count(relative) == 0;
+    seen->found.push_back(seen->Relative(pathname, isDir));
+    return seen->refuse.count(seen->found.back()) == 0;
 }
 
 bool Visited(void* param, bool isDir, const char* pathname, bool passed) {
     Seen* seen = static_cast<Seen*>(param);
-    seen->visited.push_back(seen->Relative(pathname) + (isDir ? "/" : "") + (passed ? "+" : "-"));
+    seen->visited.push_back(seen->Relative(pathname, isDir) + (passed ? "+" : "-"));
     return true;
 }
 
@@ -60,12 +60,9 @@ protected:
     void SetUp() override {
         fs::create_directories(dir_.Path() / "a/b");
         fs::create_directories(dir_.Path() / "c");
-        Write(dir_.Path() / "a/b/f2.txt", "2");
-        Write(dir_.Path() / "a/f1.txt", "1");
-        Write(dir_.Path() / "a/.hidden.txt", "h");
-        Write(dir_.Path() / "a/g.log", "g");
-        Write(dir_.Path() / "c/noext", "n");
-        Write(dir_.Path() / "top.TXT", "t");
+        for (const char* file :
+             {"a/b/f2.txt", "a/f1.txt", "a/.hidden.txt", "a/g.log", "c/noext", "top.TXT"})
+            Write(dir_.Path() / file, file);  // each file holds its own name
         seen_.base = dir_.Text() + "/";
     }
 
@@ -215,7 +212,7 @@ TEST_F(FileSearch, ConvertTreeToCrLfAddsTheMissingCarriageReturns) {
     EXPECT_TRUE(ConvertTreeToCrLf((dir_ / "a").c_str(), "*.txt", true));
     EXPECT_EQ("a\r\nb\r\nc\r\n\r\n", Contents(dir_.Path() / "a/f1.txt"));
     EXPECT_EQ("\r\n", Contents(dir_.Path() / "a/b/f2.txt"));
-    EXPECT_EQ("g", Contents(dir_.Path() / "a/g.log"));
+    EXPECT_EQ("a/g.log", Contents(dir_.Path() / "a/g.log"));
 }
 
 TEST_F(FileSearch, TrimTreeLineEndsDropsBlanksBeforeLineEnds) {
@@ -226,7 +223,7 @@ TEST_F(FileSearch, TrimTreeLineEndsDropsBlanksBeforeLineEnds) {
     EXPECT_TRUE(TrimTreeLineEnds((dir_ / "a").c_str(), "*.txt", true, failed, &fixed));
     EXPECT_EQ("a\r\nb\nc d", Contents(dir_.Path() / "a/f1.txt"));
     EXPECT_EQ("hidden \n", Contents(dir_.Path() / "a/.hidden.txt"));  // hidden: left alone
-    EXPECT_EQ("2", Contents(dir_.Path() / "a/b/f2.txt"));
+    EXPECT_EQ("a/b/f2.txt", Contents(dir_.Path() / "a/b/f2.txt"));
     EXPECT_EQ(1, fixed);
     EXPECT_STREQ("", failed);
     EXPECT_FALSE(fs::exists(dir_.Path() / "a/f1.txt_"));
