@@ -76,8 +76,9 @@ TEST(Calendar, MselRangeEndsInUtcAndLocalTime) {
 
 TEST(DateText, LocalAndUtcTextsAtZero) {
     char text[32];
-    // Local time at 0 is 08:00; a UTC text needs a whole day in the range.
+    // Local time at 0 is 08:00; a UTC text is refused below one day.
     EXPECT_STREQ("19700101080000", MSELToDateText(0, text, false, false, 'T', true));
+    EXPECT_EQ(nullptr, MSELToDateText(0, text, false, false, 0, false));
     EXPECT_EQ(nullptr, MSELToDateText(86399999, text, false, false, 0, false));
     EXPECT_STREQ("20380118T160000000", MSELToDateText(kLast, text, true, true, 'T', false));
     EXPECT_STREQ("20380119 000000", MSELToDateText(kLast, text, false, true, ' ', true));
