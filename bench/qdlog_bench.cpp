@@ -33,6 +33,14 @@ void Setup() {
     static BenchLog log;
 }
 
+// The call before every event when no configuration pass is due: the lock, the
+// reading flag and one tick comparison.
+void BM_MaskPointer(benchmark::State& state) {
+    Setup();
+    for (auto _ : state) benchmark::DoNotOptimize(GetQDLogMaskPtr());
+}
+BENCHMARK(BM_MaskPointer);
+
 void BM_DisabledLevel(benchmark::State& state) {
     Setup();
     *GetQDLogMaskPtr() = QDLOG_MASK_ERROR;

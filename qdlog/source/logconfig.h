@@ -4,6 +4,8 @@
 
 #include "logcontext.h"
 
-// One pass, at most every 500 ms; from the singleton's builder and from
-// GetQDLogMaskPtr, under lock_.
+// One pass, at most every 500 ms, under lock_; from the singleton's builder (ahead
+// of the first sweep, so that the file's dir counts) and from GetQDLogMaskPtr,
+// which is all that keeps the configuration fresh. The common path is the lock, the
+// reading flag and one tick comparison.
 void ReadConfig(LogContext& log);

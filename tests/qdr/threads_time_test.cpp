@@ -2,6 +2,8 @@
 #include <pthread.h>
 
 #include <cstdlib>
+#include <utility>
+#include <vector>
 
 #include "cpp_templ0.h"
 #include "qdr/qdmsel.h"
@@ -25,65 +27,44 @@ unsigned ProbeStack(void* arg) {
     return 7;
 }
 
-size_t StackOfThreadCreatedWith(int stackBytes, OSThreadID* reportedId, OSThreadID* selfId) {
-    StackProbe probe;
-    OSThread thread = 0;
-    EXPECT_NE(0, OSCreateThread(&thread, reportedId, ProbeStack, &probe, stackBytes));
-    EXPECT_NE(0u, thread);
-    OSWaitThread(thread);
-    *selfId = probe.selfId;
-    return probe.stackBytes;
-}
-
-TEST(Threads, StackSizeDefaultsTo512KiBBelowOne) {
-    OSThreadID reported = 0, self = 0;
-    EXPECT_EQ(0x80000u, StackOfThreadCreatedWith(0, &reported, &self));
-    EXPECT_EQ(reported, self);
-    EXPECT_NE(0u, reported);
-    EXPECT_NE(OSThreadSelf(), reported);
-    EXPECT_EQ(0x80000u, StackOfThreadCreatedWith(-5, &reported, &self));
-    EXPECT_EQ(1024u * 1024u, StackOfThreadCreatedWith(1024 * 1024, &reported, &self));
-}
-
-TEST(Threads, NullHandleIsReported) {
+TEST(Threads, StackSizeDefaultsTo512KiBBelowOneAndTheIdIsTheThreadsOwn) {
+    for (int asked : {0, -5, 1024 * 1024}) {
+        StackProbe probe;
+        OSThread thread = 0;
+        OSThreadID reported = 0;
+        EXPECT_NE(0, OSCreateThread(&thread, &reported, ProbeStack, &probe, asked));
+        OSWaitThread(thread);
+        EXPECT_EQ(asked > 0 ? size_t(asked) : 0x80000u, probe.stackBytes) << asked;
+        EXPECT_EQ(reported, probe.selfId);
+        EXPECT_NE(OSThreadSelf(), reported);
+    }
     ReportCapture reports;
     EXPECT_EQ(0, OSCreateThread(nullptr, nullptr, ProbeStack, nullptr, 0));
     EXPECT_EQ(1, reports.Count("(thread)"));
 }
 
-TEST(Msel, FileTimeCarriesTheHalfMillisecondConstant) {
-    EXPECT_EQ(1, FileTimeToMSEL(116444736000015000LL));
+TEST(Msel, BoundariesOfTheFileTimeConstantAndOfTheValidRange) {
+    EXPECT_EQ(1, FileTimeToMSEL(116444736000015000LL));  // half a millisecond rounds up
     EXPECT_EQ(0, FileTimeToMSEL(116444736000014999LL));
     EXPECT_EQ(0, FileTimeToMSEL(116444736000005000LL));
-    MSEL now = GetMSEL();
-    EXPECT_TRUE(IsValidMSEL(now));
-    EXPECT_GT(now, 1700000000000LL);
-}
-
-TEST(Msel, ValidRangeEnds) {
-    EXPECT_TRUE(IsValidMSEL(0));
-    EXPECT_TRUE(IsValidMSEL(2147443200000LL));
-    EXPECT_FALSE(IsValidMSEL(2147443200001LL));
-    EXPECT_FALSE(IsValidMSEL(-1));
-    EXPECT_FALSE(IsValidMSEL(500LL << 32));
+    EXPECT_FALSE(IsValidMSEL(500LL << 32));  // the range ends show with the calendar
+    EXPECT_TRUE(IsValidMSEL(GetMSEL()));
+    EXPECT_GT(GetMSEL(), 1700000000000LL);
 }
 
 TEST(Msel, SystemTimeOfValidAndInvalidValues) {
     ReportCapture reports;
-    SYSTEMTIME st = GetSystemTimeOfMSEL(2147443200000LL, false);
-    EXPECT_EQ(2038, st.wYear);
-    EXPECT_EQ(1, st.wMonth);
-    EXPECT_EQ(18, st.wDay);
-    EXPECT_EQ(16, st.wHour);
-    EXPECT_EQ(1, st.wDayOfWeek);  // a Monday
-    st = GetSystemTimeOfMSEL(1234, false);
-    EXPECT_EQ(1970, st.wYear);
-    EXPECT_EQ(1, st.wSecond);
-    EXPECT_EQ(234, st.wMilliseconds);
+    auto fields = [](const SYSTEMTIME& t) {
+        return std::vector<int>{t.wYear, t.wMonth,  t.wDay,         t.wDayOfWeek,
+                                t.wHour, t.wSecond, t.wMilliseconds};
+    };
+    SYSTEMTIME st = GetSystemTimeOfMSEL(2147443200000LL, false);  // a Monday
+    EXPECT_EQ((std::vector<int>{2038, 1, 18, 1, 16, 0, 0}), fields(st));
+    EXPECT_EQ((std::vector<int>{1970, 1, 1, 4, 0, 1, 234}),
+              fields(GetSystemTimeOfMSEL(1234, false)));
     EXPECT_EQ(0, reports.Count());
 
-    SYSTEMTIME out;
-    EXPECT_FALSE(MSELToSystemTime(-1, &out, true));
+    EXPECT_FALSE(MSELToSystemTime(-1, &st, true));
     EXPECT_EQ(1, reports.Count("(IsValidMSEL(msel))"));
     st = GetSystemTimeOfMSEL(-1, true);
     SYSTEMTIME zero = {};
@@ -94,41 +75,30 @@ TEST(Msel, SystemTimeOfValidAndInvalidValues) {
 
 TEST(Msel, LocalTimeFollowsTZ) {
     const char* old = getenv("TZ");
-    std::string saved = old ? old : "";
+    const std::string saved = old ? old : "";
     setenv("TZ", "Asia/Shanghai", 1);
     tzset();
-    SYSTEMTIME st = GetSystemTimeOfMSEL(0, true);
-    EXPECT_EQ(8, st.wHour);
-    if (old)
-        setenv("TZ", saved.c_str(), 1);
-    else
-        unsetenv("TZ");
+    EXPECT_EQ(8, GetSystemTimeOfMSEL(0, true).wHour);
+    old ? setenv("TZ", saved.c_str(), 1) : unsetenv("TZ");
     tzset();
 }
 
-TEST(Ticks, AdvanceAndWrapThroughIsElapsed) {
+TEST(Ticks, AdvanceAndTheCycleCounterRuns) {
     uint32_t a = GetTickCount();
     os::SleepMs(5);
-    uint32_t b = GetTickCount();
-    EXPECT_TRUE(IsElapsed(b, a, 4u));
+    EXPECT_TRUE(IsElapsed(GetTickCount(), a, 4u));
     EXPECT_GT(ReadCpuCycle(), 0u);
 }
 
-TEST(IsElapsed, ThirtyTwoBitFormCountsAcrossTheWrap) {
-    EXPECT_TRUE(IsElapsed(5u, 0xFFFFFFFBu, 10u));
+TEST(IsElapsed, BothFormsAtTheWrapAndTheIntervalLimit) {
+    EXPECT_TRUE(IsElapsed(5u, 0xFFFFFFFBu, 10u));  // across the 32-bit wrap
     EXPECT_FALSE(IsElapsed(4u, 0xFFFFFFFBu, 10u));
     EXPECT_TRUE(IsElapsed(10u, 0u, 10u));
-    // A `last` in the future looks like a long time ago to the unsigned form.
-    EXPECT_TRUE(IsElapsed(0u, 10u, 10u));
-}
-
-TEST(IsElapsed, SixtyFourBitFormMustBeExceeded) {
-    EXPECT_FALSE(IsElapsed(int64_t(10), int64_t(0), int64_t(10)));
+    EXPECT_TRUE(IsElapsed(0u, 10u, 10u));  // a `last` in the future: long ago, unsigned
+    EXPECT_FALSE(IsElapsed(int64_t(10), int64_t(0), int64_t(10)));  // must be exceeded
     EXPECT_TRUE(IsElapsed(int64_t(11), int64_t(0), int64_t(10)));
     EXPECT_FALSE(IsElapsed(int64_t(0), int64_t(10), int64_t(10)));
-}
 
-TEST(IsElapsed, IntervalAboveAQuarterOfTheRangeIsReported) {
     ReportCapture reports;
     IsElapsed(0u, 0u, 0x40000000u);
     EXPECT_EQ(0, reports.Count());
@@ -137,24 +107,18 @@ TEST(IsElapsed, IntervalAboveAQuarterOfTheRangeIsReported) {
     EXPECT_EQ(2, reports.Count("(interval <= upper_interval)"));
 }
 
-TEST(LimitValue, ClampsAndTellsWhetherItMoved) {
+TEST(LimitValue, ClampsTellsWhetherItMovedAndReportsAnEmptyRangeOnRequest) {
     ReportCapture reports;
-    int v = 5;
-    EXPECT_FALSE(LimitValue(v, 1, 10));
-    EXPECT_EQ(5, v);
-    v = -3;
-    EXPECT_TRUE(LimitValue(v, 1, 10));
-    EXPECT_EQ(1, v);
-    v = 30;
-    EXPECT_TRUE(LimitValue(v, 1, 10));
-    EXPECT_EQ(10, v);
+    auto limit = [](int v, int lowest, int highest, bool check) {
+        const bool moved = LimitValue(v, lowest, highest, check);
+        return std::make_pair(moved, v);
+    };
+    EXPECT_EQ(std::make_pair(false, 5), limit(5, 1, 10, true));
+    EXPECT_EQ(std::make_pair(true, 1), limit(-3, 1, 10, true));
+    EXPECT_EQ(std::make_pair(true, 10), limit(30, 1, 10, true));
+    EXPECT_EQ(std::make_pair(true, 5), limit(0, 5, 2, false));  // empty, and not reported
     EXPECT_EQ(0, reports.Count());
-
-    v = 0;
-    EXPECT_TRUE(LimitValue(v, 5, 2, false));  // empty range not reported without the flag
-    EXPECT_EQ(5, v);
-    EXPECT_EQ(0, reports.Count());
-    LimitValue(v, 5, 2, true);
+    limit(0, 5, 2, true);
     EXPECT_EQ(1, reports.Count("(highest >= lowest)"));
 }
 

@@ -34,25 +34,17 @@ std::vector<int> CapacitySequence(int pushes) {
     return seen;
 }
 
-TEST(NextLength, DoublesBelow128MiBThenStepsBy128MiB) {
+TEST(SmartArrayCapacity, DoublesBelow128MiBThenStepsBy128MiBInSequencesBySize) {
     struct Case {
         int32_t old_items, item_bytes, increase, expected;
     } cases[] = {
-        {0, 4, 16, 16},
-        {16, 4, 16, 32},
-        {2, 48, 1, 4},
-        {0, 88, 1, 1},
-        {5, 1, 100, 128},
+        {5, 1, 100, 128},  // the small steps show in the capacity sequences below
         {0x1FFFFF0, 4, 16, 0x2000000},
         {0x2000000, 4, 16, 0x4000000},         // 128 MiB reached: a fixed step of 128 MiB
         {0x2000000, 4, 0x3000000, 0x5000000},  // or the request, if larger
     };
     for (const Case& c : cases)
-        EXPECT_EQ(c.expected, NextLength(c.old_items, c.item_bytes, c.increase))
-            << c.old_items << " items of " << c.item_bytes << " bytes + " << c.increase;
-}
-
-TEST(SmartArrayCapacity, SequencesFor4And48And88ByteItems) {
+        EXPECT_EQ(c.expected, NextLength(c.old_items, c.item_bytes, c.increase)) << c.old_items;
     EXPECT_EQ((std::vector<int>{16, 32, 64}), (CapacitySequence<int, 0>(40)));
     EXPECT_EQ((std::vector<int>{1, 2, 4, 8, 16}), (CapacitySequence<Record<48>, 0>(9)));
     EXPECT_EQ((std::vector<int>{1, 2, 4, 8, 16}), (CapacitySequence<Record<88>, 0>(9)));
@@ -61,35 +53,29 @@ TEST(SmartArrayCapacity, SequencesFor4And48And88ByteItems) {
 }
 
 TEST(SmartArrayCapacity, GoesToTheHeapPastStackLenAndComesBackWhenEmptied) {
-    ReportCapture reports;
+    ReportCapture reports;  // each change of the block tests the representation
     OpenArray<int, 16> a;
-    for (int i = 0; i < 16; ++i) {
-        a.push_back(i);
-        EXPECT_EQ(i + 1, a.MaxLength());
-    }
-    EXPECT_TRUE(a.IsStack());
+    for (int i = 0; i < 16; ++i) a.push_back(i);
+    EXPECT_EQ(16, a.MaxLength());
     EXPECT_EQ(reinterpret_cast<const int*>(a.stack()), a.begin());
     a.push_back(16);
     EXPECT_FALSE(a.IsStack());
     EXPECT_EQ(32, a.MaxLength());
-    EXPECT_EQ(a.heap(), a.begin());
     for (int i = 0; i < 17; ++i) ASSERT_EQ(i, a[i]);
-
     a.RemoveAt(1, 16);  // one item left: back inline, with the minimum step
     EXPECT_TRUE(a.IsStack());
     EXPECT_EQ(16, a.MaxLength());
     EXPECT_EQ(0, a[0]);
     a.clear();
-    EXPECT_TRUE(a.IsStack());
     EXPECT_EQ(0, a.MaxLength());
     EXPECT_EQ(nullptr, a.heap());
     EXPECT_EQ(0, reports.Count());
 }
 
-TEST(SmartArrayCapacity, ShrinkKeepsADeadBandAtTheBoundary) {
+TEST(SmartArrayCapacity, ShrinkKeepsADeadBandAndSetMaxLengthIsRefusedBelowTheItems) {
+    ReportCapture reports;
     SmartArray<int, 0> a;
     for (int i = 0; i < 40; ++i) a.push_back(i);
-    EXPECT_EQ(64, a.MaxLength());
     a.RemoveAt(0, 22);  // 18 items: the last insertion of 18 would have asked for 64
     EXPECT_EQ(64, a.MaxLength());
     a.RemoveAt(0, 1);  // 17 items
@@ -97,32 +83,17 @@ TEST(SmartArrayCapacity, ShrinkKeepsADeadBandAtTheBoundary) {
     a.push_back(1);
     a.RemoveAt(17, 1);  // back and forth at the boundary without reallocating
     EXPECT_EQ(32, a.MaxLength());
-}
-
-TEST(SmartArrayCapacity, SetMaxLengthBelowTheItemsIsSilentlyRefused) {
-    ReportCapture reports;
-    SmartArray<int, 0> a;
-    for (int i = 0; i < 10; ++i) a.push_back(i);
     int* block = a.begin();
-    a.SetMaxLength(5);
-    EXPECT_EQ(16, a.MaxLength());
+    a.SetMaxLength(5);  // silently
     EXPECT_EQ(block, a.begin());
-    a.SetMaxLength(10);  // exact
-    EXPECT_EQ(10, a.MaxLength());
-    EXPECT_EQ(9, a[9]);
+    a.SetMaxLength(17);  // exact
+    EXPECT_EQ(17, a.MaxLength());
+    EXPECT_EQ(39, a[16]);
     EXPECT_EQ(0, reports.Count());
-}
-
-TEST(SmartArrayAccess, IndexIsBoundedByTheLiveItems) {
-    ReportCapture reports;
-    SmartArray<int, 8> a;
-    a.push_back(1);
-    a.push_back(2);
-    a.SetMaxLength(8);
-    a[1] = 5;
-    EXPECT_EQ(0, reports.Count());
-    a[2];
-    EXPECT_EQ(1, reports.Count("(index >= 0 && index < *valid_cnt_)"));
+    a[17];  // operator[] is bounded by the live items, not the capacity
+    a.SetMaxLength(20);
+    a[17];
+    EXPECT_EQ(2, reports.Count("(index >= 0 && index < *valid_cnt_)"));
 }
 
 // The three positions of a source inside the array, with a non-trivial item type
@@ -132,22 +103,11 @@ class SelfInsertion : public ::testing::Test {};
 typedef ::testing::Types<std::string, char> ItemTypes;
 TYPED_TEST_SUITE(SelfInsertion, ItemTypes);
 
-template <class T>
-T Item(char c) {
-    return T(1, c);
-}
-template <>
-char Item<char>(char c) {
-    return c;
-}
-
-std::string Join(const SmartArray<std::string, 8>& a) {
+template <class A>
+std::string Join(const A& a) {
     std::string s;
-    for (const std::string* it = a.begin(); it != a.end(); ++it) s += *it;
+    for (auto it = a.begin(); it != a.end(); ++it) s += *it;
     return s;
-}
-std::string Join(const SmartArray<char, 8>& a) {
-    return std::string(a.begin(), a.end());
 }
 
 TYPED_TEST(SelfInsertion, SourceStraddlingBehindOrBeforeTheInsertionPoint) {
@@ -163,7 +123,7 @@ TYPED_TEST(SelfInsertion, SourceStraddlingBehindOrBeforeTheInsertionPoint) {
     ReportCapture reports;
     for (const Case& c : cases) {
         SmartArray<TypeParam, 8> a;
-        for (char ch : std::string("ABCDE")) a.push_back(Item<TypeParam>(ch));
+        for (char ch : std::string("ABCDE")) a.push_back(TypeParam{ch});
         EXPECT_TRUE(a.InsertAt(c.ins, a.begin() + c.from, c.count));
         EXPECT_EQ(c.expected, Join(a))
             << "InsertAt(" << c.ins << ", p_ + " << c.from << ", " << c.count << ")";
@@ -173,16 +133,16 @@ TYPED_TEST(SelfInsertion, SourceStraddlingBehindOrBeforeTheInsertionPoint) {
 
 TYPED_TEST(SelfInsertion, ReallocationReadsTheSourceFromTheNewBlock) {
     SmartArray<TypeParam, 8> a;
-    for (char ch : std::string("ABCDEFGH")) a.push_back(Item<TypeParam>(ch));
+    for (char ch : std::string("ABCDEFGH")) a.push_back(TypeParam{ch});
     ASSERT_TRUE(a.IsStack());
     EXPECT_TRUE(a.InsertAt(2, a.begin() + 1, 6));  // inline block to heap, straddling
     EXPECT_EQ("ABBCDEFGCDEFGH", Join(a));
     EXPECT_FALSE(a.IsStack());
-    while (a.size() < a.MaxLength()) a.push_back(Item<TypeParam>('x'));
+    while (a.size() < a.MaxLength()) a.push_back(TypeParam{'x'});
     const TypeParam* before = a.begin();
     a.push_back(a[0]);  // a full heap block: the source moves with the items
     EXPECT_NE(before, a.begin());
-    EXPECT_EQ(Item<TypeParam>('A'), a[a.size() - 1]);
+    EXPECT_EQ(TypeParam{'A'}, a[a.size() - 1]);
     EXPECT_EQ("ABBCDEFGCDEFGH", Join(a).substr(0, 14));
 }
 
@@ -209,60 +169,40 @@ TEST(SmartArrayRules, BrokenArgumentsAreReportedAndChangeNothing) {
     EXPECT_EQ(4, a.size());
 }
 
-TEST(SmartArrayRemove, EraseReturnsTheItemAtTheOldIndexOrTheNewEnd) {
-    SmartArray<std::string, 0> a;
-    for (const char* s : {"a", "b", "c", "d"}) a.push_back(s);
-    std::string* next = a.erase(a.begin() + 1, a.begin() + 2);
-    EXPECT_EQ("c", *next);
-    EXPECT_EQ(a.end(), a.erase(a.begin() + 2, a.end()));
-    EXPECT_EQ(2, a.size());
-    EXPECT_EQ("a", a[0]);
-    EXPECT_EQ("c", a[1]);
-}
-
-TEST(SmartArrayAssign, SetsAnExactCapacityFromItselfOrFromOutside) {
-    SmartArray<std::string, 0> a;
-    for (int i = 0; i < 20; ++i) a.push_back(std::to_string(i));
+TEST(SmartArrayAssign, AssignAndResizeSetAnExactCapacity) {
+    SmartArray<std::string, 2> a;
+    for (int i = 0; i < 20; ++i) a.push_back(std::string(1, 'a' + i));
     a.assign(a.begin() + 5, a.begin() + 8);  // a sub-range of itself
-    ASSERT_EQ(3, a.size());
+    EXPECT_EQ("fgh", Join(a));
     EXPECT_EQ(3, a.MaxLength());
-    EXPECT_EQ("5", a[0]);
-    EXPECT_EQ("7", a[2]);
-
+    a.Resize(6, a[0]);  // the value lies in the block that moves
+    EXPECT_EQ("fghfff", Join(a));
+    EXPECT_EQ(6, a.MaxLength());
+    a.Resize(1, std::string());
+    EXPECT_TRUE(a.IsStack());
     std::vector<int> source(40, 7);
     SmartArray<int, 4> b;
     b.push_back(1);
-    for (int count : {40, 10, 2}) {
+    for (int count : {40, 10, 2}) {  // to the heap, smaller there, back inline
         b.assign(source.data(), source.data() + count);
         EXPECT_EQ(count, b.size());
         EXPECT_EQ(count, b.MaxLength());
     }
     EXPECT_TRUE(b.IsStack());
-    SmartArray<int, 4> copy(b);
-    EXPECT_EQ(2, copy.size());
-    EXPECT_EQ(7, copy[1]);
 }
 
-TEST(SmartArrayResize, GrowsExactlyWithCopiesAndCutsTheTail) {
-    SmartArray<std::string, 2> a;
-    a.push_back("x");
-    a.Resize(5, a[0]);  // the value lies in the block that moves
-    EXPECT_EQ(5, a.size());
-    EXPECT_EQ(5, a.MaxLength());
-    EXPECT_EQ("x", a[4]);
-    a.Resize(1, std::string());
-    EXPECT_EQ(1, a.size());
-    EXPECT_TRUE(a.IsStack());
-}
-
-TEST(SmartArrayLifetime, DestroyedSlotsAreFilledWith0xCD) {
-    OpenArray<std::string, 0> a;
+TEST(SmartArrayRemove, DeadSlotsAreFilledWith0xCDAndEraseReturnsWhereItStopped) {
+    SmartArray<std::string, 0> a;
     for (int i = 0; i < 20; ++i) a.push_back(std::string(30, 'a' + i));
     a.RemoveAt(3, 1);  // 19 items in 32 slots: the top slot is dead
     EXPECT_EQ(32, a.MaxLength());
     const unsigned char* dead = reinterpret_cast<const unsigned char*>(a.begin() + 19);
     for (size_t i = 0; i < sizeof(std::string); ++i) ASSERT_EQ(0xCD, dead[i]);
-    EXPECT_EQ(std::string(30, 'a' + 4), a[3]);
+    EXPECT_EQ(std::string(30, 'e'), a[3]);
+    // erase gives the item now at the old index, or the new end.
+    EXPECT_EQ(std::string(30, 'g'), *a.erase(a.begin() + 4, a.begin() + 5));
+    EXPECT_EQ(a.end(), a.erase(a.begin() + 2, a.end()));
+    EXPECT_EQ(2, a.size());
 }
 
 #if defined(__SANITIZE_ADDRESS__)

