@@ -15,8 +15,8 @@ int FormatCpuTicks(int64_t difference, char (&out)[kCpuTicksChars]) {
     return length;
 }
 
-// The pieces copied one after the other: the bytes of "%s%s|%s%c", in a tenth of
-// snprintf's time.
+// The pieces copied one after the other: the bytes of "%s%s|%s%c", without
+// snprintf, which cost 78 ns of an 80-byte event's 358 (BM_ComparedMessage).
 int BuildEventHead(const char* time, int timeLen, const char* cycles, int cyclesLen,
                    const char* title, uint32_t separator, char (&out)[kEventHeadChars]) {
     char* p = out;

@@ -11,9 +11,7 @@
 template <class CHAR>
 void LogEventV(int type, const CHAR* fmt, va_list args);
 
-// When an event happens: taken once, under lock_, at the start of the print. The
-// road leaves `cycle` 0, and the print reads the counter only when the cycle column
-// is on.
+// When an event happens: taken once, under lock_, at the start of the print.
 struct EventMoment {
     MSEL now;
     uint32_t tick;

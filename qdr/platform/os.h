@@ -16,7 +16,8 @@ namespace os {
 // forked child. Inline, since the engine asks five times per event: the cache is
 // read at a fixed offset of the thread pointer (initial-exec; a library loaded by
 // dlopen takes these 4 bytes from the reserve the C library keeps for that), and
-// only a thread's first call makes the system call.
+// only a thread's first call makes the system call. Out of line and through
+// __tls_get_addr it cost 150 instructions per event.
 extern __thread uint32_t t_knownThreadId __attribute__((tls_model("initial-exec")));
 uint32_t QueryCurrentThreadId();
 inline uint32_t CurrentThreadId() {
