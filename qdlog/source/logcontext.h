@@ -55,13 +55,22 @@ typedef std::set<std::string, QDLess_<std::string>, qd_allocator<std::string, Lo
 
 class LogContext {
 public:
-    // The closed log files of the directory, filled by the first sweep and by every
-    // switch. The deletion rules over it come with retention.
+    // The closed log files of the directory, filled by the first sweep (and its
+    // worker, for a directory of 5000 files or more) and by every switch; the
+    // deletion rules of logfilelist.h take them from the oldest end.
     struct LogFileList {
         LogFileList() = default;
-        ~LogFileList();
+        ~LogFileList() { StopWorker(); }
         LogFileList(const LogFileList&) = delete;
         LogFileList& operator=(const LogFileList&) = delete;
+
+        // Tells a worker that still sweeps to stop (exitFlag, which must be 0 until
+        // then), waits for it and forgets its handle. Nothing when none was started.
+        void StopWorker();
+
+        // The worker's routine: sweeps the log directory again from the start,
+        // then sets initFinished, also when exitFlag stopped it. `param` is unused.
+        static unsigned InitWoker(void* param);
 
         OSThread initThread = 0;
         OSThreadID initThreadID = 0;

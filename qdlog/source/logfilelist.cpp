@@ -1,18 +1,22 @@
-// The list of old log files: the sweep at start-up and the deletion rules.
+// The list of old log files: the sweep at start-up, its worker, and the deletion
+// rules.
 #include "logfilelist.h"
 
+#include "cpp_templ0.h"
 #include "filesearch.h"
 #include "qdfdk.h"
+#include "qdr/platform/os_files.h"
+#include "qdtime.h"
+#include "strdk.h"
 #include "strdk_match.h"
 
-LogContext::LogFileList::~LogFileList() {
-    // A sweep still running in its worker is told to stop and waited for.
-    if (initThread) {
-        QDR_CHECK(!exitFlag);
-        exitFlag = 1;
-        OSWaitThread(initThread);
-        initThread = 0;
-    }
+// The worker sees the flag at its next file.
+void LogContext::LogFileList::StopWorker() {
+    if (!initThread) return;
+    QDR_CHECK(!exitFlag);
+    exitFlag = 1;
+    OSWaitThread(initThread);
+    initThread = 0;
 }
 
 bool ListLogFile(LogContext::LogFileList& list, const char* path) {
@@ -30,23 +34,152 @@ bool ListFoundLogFile(LogContext& log, const char* dir, const char* path) {
 
 namespace {
 
-// The first sweep's callback, per entry of the directory. The handover to a worker
-// thread at the 5000th file comes with retention; until then the first call takes
-// in the whole directory.
+bool IsLogFile(bool isDirectory, const char* path) {
+    return !isDirectory && MatchingString(GetFileNamePart(path), kLogFileNamePattern);
+}
+
+// The first sweep's callback, per entry of the directory: lists the file, and at
+// the 5000th hands the rest of the directory to the worker and ends the search.
 bool ScanLogFile(void* /*param*/, bool isDirectory, const char* path) {
-    if (isDirectory || !MatchingString(GetFileNamePart(path), kLogFileNamePattern)) return true;
+    if (!IsLogFile(isDirectory, path)) return true;
     LogContext& log = GetLogContext();
     QDR_CHECK(!log.logFileList_.exitFlag);
+    LogLock lock(log);
     ListFoundLogFile(log, QDLogGetDir(), path);
+    if (log.logFileList_.listSet.size() < static_cast<size_t>(kFirstSweepFiles)) return true;
+    // The report shows these expressions as written.
+    // clang-format off
+    QDR_CHECK(((OSThread)0) == log.logFileList_.initThread);
+    if (log.logFileList_.initThread) return false;
+    QDR_CHECK(OSCreateThread(&log.logFileList_.initThread, &log.logFileList_.initThreadID, LogContext::LogFileList::InitWoker, 0, 0 ));
+    // clang-format on
+    return false;
+}
+
+// The worker's callback: one insertion per file under lock_, and a pause every
+// 512 files, so that events interleave with the sweep.
+bool InitWokerFile(void* count, bool isDirectory, const char* path) {
+    LogContext& log = GetLogContext();
+    if (log.logFileList_.exitFlag) return false;
+    if (!IsLogFile(isDirectory, path)) return true;
+    ListFoundLogFile(log, QDLogGetDir(), path);
+    int& accepted = *static_cast<int*>(count);
+    if (++accepted % kWorkerPauseFiles == 0) os::SleepMs(1);
     return true;
 }
 
+// Measures, unlinks and forgets the listed file; its size leaves totalLogBytes.
+// A file that cannot be deleted is forgotten all the same, until the next run's
+// sweep; one that vanished measures -1, which leaves the sum one too high.
+int64_t DeleteListedFile(LogContext& log, LogPathSet::iterator it) {
+    const int64_t sz = GetFileSizeByName(it->c_str());
+    QDR_CHECK(log.logFileList_.totalLogBytes >= sz);
+    os::DeleteFile(it->c_str());
+    log.logFileList_.listSet.erase(it);
+    log.logFileList_.totalLogBytes -= sz;
+    return sz;
+}
+
+// The rules' common start: the preconditions, then whether the rule is due.
+bool IsRuleDue(LogContext& log, bool switchedOn, uint32_t tick, uint32_t lastTick) {
+    QDR_CHECK(log.logFileList_.initFinished);
+    if (!log.logFileList_.initFinished || !switchedOn) return false;
+    if (!IsElapsed(tick, lastTick, kRuleIntervalMs)) return false;
+    QDR_CHECK(log.lock_.IsLockedByThreadSelf());
+    // Without lock_ the worker may be inserting into the same set.
+    return log.lock_.IsLockedByThreadSelf();
+}
+
 }  // namespace
+
+unsigned LogContext::LogFileList::InitWoker(void* /*param*/) {
+    int count = 0;
+    SearchFilesEx(QDLogGetDir(), "*.log", false, InitWokerFile, &count);
+    GetLogContext().logFileList_.initFinished = 1;
+    return 0;
+}
 
 bool SweepLogDirectory(LogContext& /*log*/) {
     return SearchFilesEx(QDLogGetDir(), "*.log", false, ScanLogFile, nullptr);
 }
 
-// The age, reserve and file count rules come with retention; they wait for
-// initFinished.
-void CleanLogFiles(LogContext& /*log*/, MSEL /*now*/, uint32_t /*tick*/) {}
+int CleanByAge(LogContext& log, MSEL now, uint32_t tick) {
+    QDR_CHECK(log.holdSeconds_ > 0);
+    if (!IsRuleDue(log, log.holdSeconds_ > 0, tick, log.lastHoldCheckTick_)) return 0;
+    LogPathSet& listSet = log.logFileList_.listSet;
+    const int64_t holdMs = static_cast<int64_t>(log.holdSeconds_) * 1000;
+    int deleted = 0;
+    while (!listSet.empty()) {
+        const std::string& path = *listSet.begin();
+        const char* separator = FindLastAnyCharOfStr(path.c_str(), "\\/");
+        if (!separator) {
+            QDR_CHECK(false);
+            return deleted;
+        }
+        // The report shows the pattern written out.
+        const char* file_ = separator + 1;
+        QDR_CHECK(MatchingString(file_, "log##############.log"));
+        if (!MatchingString(file_, kLogFileNamePattern)) return deleted;
+        // The 14 digits behind "log", local time: "log20161118121200.log" was born
+        // at 2016-11-18 12:12:00 here.
+        const MSEL born = DateTextToMSEL(file_ + 3, false, true);
+        if (born == -1) {
+            QDR_CHECK(false);
+            return deleted;
+        }
+        // The set is in order of birth: the first young file ends the run.
+        if (!IsElapsed(now, born, holdMs)) break;
+        DeleteListedFile(log, listSet.begin());
+        deleted = 1;
+    }
+    log.lastHoldCheckTick_ = tick;
+    return deleted;
+}
+
+int CleanByReserve(LogContext& log, int disk_reserve_MBytes, uint32_t tick) {
+    QDR_CHECK(disk_reserve_MBytes > 0);
+    if (!IsRuleDue(log, disk_reserve_MBytes > 0, tick, log.lastReserveCheckTick_)) return 0;
+    int64_t freeBytes = 0;
+    switch (log.reserveIsMemory_) {
+        case 0:
+            // A failed query gives 0: the whole reserve counts as missing.
+            freeBytes = static_cast<int64_t>(GetDiskSpace(QDLogGetDir()));
+            break;
+        case 1:
+            freeBytes = static_cast<int64_t>(os::AvailablePhysicalMemory());
+            if (freeBytes == 0) return 0;
+            break;
+        default:
+            QDR_CHECK(false);
+    }
+    int64_t need = static_cast<int64_t>(disk_reserve_MBytes) * 1024 * 1024 - freeBytes;
+    int deleted = 0;
+    LogPathSet& listSet = log.logFileList_.listSet;
+    while (need > 0 && !listSet.empty()) {
+        need -= DeleteListedFile(log, listSet.begin());
+        deleted = 1;
+    }
+    log.lastReserveCheckTick_ = tick;
+    return deleted;
+}
+
+int CleanByCount(LogContext& log, int maxFileNum, uint32_t tick) {
+    QDR_CHECK(maxFileNum > 0);
+    if (!IsRuleDue(log, maxFileNum > 0, tick, log.lastFileNumCheckTick_)) return 0;
+    LogPathSet& listSet = log.logFileList_.listSet;
+    while (listSet.size() > static_cast<size_t>(maxFileNum)) {
+        os::DeleteFile(listSet.begin()->c_str());
+        listSet.erase(listSet.begin());
+    }
+    log.lastFileNumCheckTick_ = tick;
+    return 0;
+}
+
+void CleanLogFiles(LogContext& log, MSEL now, uint32_t tick) {
+    if (!log.logFileList_.initFinished) return;
+    if (log.holdSeconds_ != 0 && CleanByAge(log, now, tick)) return;
+    const int reserveMBytes = log.reserveMBytes_;
+    if (reserveMBytes > 0) CleanByReserve(log, reserveMBytes, tick);
+    const int maxFileNum = log.maxFileNum_;
+    if (maxFileNum > 0) CleanByCount(log, maxFileNum, tick);
+}

@@ -96,6 +96,12 @@ bool GetThreadNice(uint32_t tid, int* nice);
 // False when refused: a lower nice value needs privilege (or RLIMIT_NICE).
 bool SetThreadNice(uint32_t tid, int nice);
 
+// ---- memory ----------------------------------------------------------------
+
+// Physical memory that new work can take without swapping: MemAvailable of
+// /proc/meminfo, in bytes (64-bit). 0 when it cannot be read.
+uint64_t AvailablePhysicalMemory();
+
 // ---- text conversion -------------------------------------------------------
 
 // The platform's MultiByteToWideChar / WideCharToMultiByte for code pages 0 and

@@ -48,6 +48,24 @@ void LogTest::TearDown() {
     QDLogToFile(0);
 }
 
+void ResetLogFileList(int finished) {
+    LogContext& log = GetLogContext();
+    LogContext::LogFileList& list = log.logFileList_;
+    list.StopWorker();
+    list.exitFlag = 0;
+    LogLock lock(log);
+    list.listSet.clear();
+    list.totalLogBytes = 0;
+    list.initFinished = finished;
+}
+
+std::vector<std::string> ListedPaths() {
+    LogContext& log = GetLogContext();
+    LogLock lock(log);
+    return std::vector<std::string>(log.logFileList_.listSet.begin(),
+                                    log.logFileList_.listSet.end());
+}
+
 void LogText(char, int type, const std::string& text) {
     QDLogEvent(type, "%s", text.c_str());
 }

@@ -57,6 +57,13 @@ void PrintAt(int type, const CHAR* text, MSEL now, uint64_t cycle = 0) {
     PrintEventAt(log, type, text, EventMoment{now, GetTickCount(), cycle});
 }
 
+// The list of old files as a run has it before its first sweep: a worker that
+// still sweeps is stopped and waited for, the list and its sum are empty, and
+// initFinished is `finished`.
+void ResetLogFileList(int finished);
+// The listed paths, oldest first.
+std::vector<std::string> ListedPaths();
+
 // Logs `text` (UTF-8) through the entry of the given width, as "%s".
 void LogText(char, int type, const std::string& text);
 void LogText(char16_t, int type, const std::string& text);
