@@ -6,10 +6,13 @@
 //   %f %F              of a double: the exact value rounded to nearest, ties to even,
 //                      as the C library rounds in the default rounding mode
 //   %%
-// %e %E %g %G %a %A and %p go to the C library one conversion at a time. Anything
+// %e %E %g %G %a %A and %p go to the C library one conversion at a time, and so
+// does a %f that the exact rounding does not take (more than 17 decimals, an
+// infinity, a NaN, 2^63 and more, another rounding mode of the thread). Anything
 // else (positional arguments, %n, %m, wide strings and characters, long double, a
-// null string, the flags ' and I, a text beyond INT_MAX characters, another
-// rounding mode) makes the whole format go to vsnprintf, so no output differs.
+// null string, the flags ' and I, a single conversion of 512 characters or more, a
+// text beyond INT_MAX characters) makes the whole format go to vsnprintf, so no
+// output differs.
 //   FormatNarrow(buf, 64, "id %05d took %.3f ms", 42, 1.2345) -> "id 00042 took 1.234 ms", 22
 // (1.2345 is stored as 1.23449999..., so it rounds down.)
 #pragma once
