@@ -29,12 +29,20 @@ class NarrowSink {
 public:
     NarrowSink(char* out, size_t capacity) : out_(capacity ? out : nullptr), cap_(capacity) {}
 
+    // The first test is the usual case: the piece fits with room to spare (and a
+    // capacity of 0, with no output, never passes it).
     void Append(const char* text, size_t n) {
-        if (n && out_ && length_ < cap_ - 1) memcpy(out_ + length_, text, Fitting(n));
+        if (length_ + n < cap_)
+            memcpy(out_ + length_, text, n);
+        else if (out_ && length_ < cap_ - 1)
+            memcpy(out_ + length_, text, cap_ - 1 - length_);
         length_ += n;
     }
     void Fill(char c, size_t n) {
-        if (n && out_ && length_ < cap_ - 1) memset(out_ + length_, c, Fitting(n));
+        if (length_ + n < cap_)
+            memset(out_ + length_, c, n);
+        else if (out_ && length_ < cap_ - 1)
+            memset(out_ + length_, c, cap_ - 1 - length_);
         length_ += n;
     }
     // The terminator; the length, or -1 beyond INT_MAX (left to the C library).
@@ -44,8 +52,6 @@ public:
     }
 
 private:
-    size_t Fitting(size_t n) const { return n < cap_ - 1 - length_ ? n : cap_ - 1 - length_; }
-
     char* out_;
     size_t cap_;
     size_t length_ = 0;
