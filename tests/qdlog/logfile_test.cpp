@@ -77,18 +77,18 @@ TEST_F(LogFileWriter, NamesTheFileAfterTheEventThatOpensIt) {
     ReportCapture reports;
     EXPECT_FALSE(ComposeLogFileName("/x", -5, path));  // no date text for such a time
 
-    PrintAt(0, "a\nb", kSampleMSEL);
+    // Binary CR LF lines; the raw type has no head and no line end.
+    PrintAt(0, "a\r\nb", kSampleMSEL);
+    PrintAt(31, "raw", kSampleMSEL);
     EXPECT_EQ(Named("log20161118121200.log"), QDLogGetFileName());
     CloseFile();
-    EXPECT_EQ(kHead + "a\r\n" + kHead + "b\r\n", Contents(OnDisk("log20161118121200.log")));
+    EXPECT_EQ(kHead + "a\r\r\n" + kHead + "b\r\nraw", Contents(OnDisk("log20161118121200.log")));
     EXPECT_TRUE(List().listSet.empty());  // the file in use is never listed
 }
 
 TEST_F(LogFileWriter, TheFirstOpeningContinuesTheNewestOldFileBelowHalfTheLimit) {
     Write(OnDisk("log20161118100000.log"), std::string(50, 'o'));
     Write(OnDisk("log20161118110000.log"), std::string(98, 'n') + "\r\n");
-    Write(OnDisk("LOG20161118115900.log"), "not a log file: the match minds case");
-    Write(OnDisk("log2016111811590.log"), "13 digits");
     fs::create_directory(OnDisk("log20161118115800.log"));  // a directory
     ASSERT_TRUE(SweepLogDirectory(GetLogContext()));
     EXPECT_EQ((LogPathSet{Named("log20161118100000.log"), Named("log20161118110000.log")}),
@@ -164,8 +164,10 @@ TEST_F(LogFileWriter, TheFileOnDiskLagsByFewerThanFlushLines) {
         EXPECT_LT(written - onDisk, 7) << written;
         EXPECT_EQ(written - written % 7, onDisk) << written;
     }
-    QDLogFlushFile();  // 2 lines gathered: below the threshold, nothing moves
+    PrintAt(31, "raw", kSampleMSEL);  // counts for nothing
+    QDLogFlushFile();                 // 2 lines gathered: below the threshold, nothing moves
     EXPECT_EQ(28, WholeLines(Contents(path)));
+    EXPECT_EQ(2, GetLogContext().logFile_.linesToFlush_);
 }
 
 // Also for a file that is continued ("rb+") at an odd size.

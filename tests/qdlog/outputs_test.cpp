@@ -1,19 +1,12 @@
-// The outputs at the end of the road: the callback map and its walk, and the log
-// file in its plain form.
+// The callbacks at the end of the road: the map and its walk.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "log_test_support.h"
 
 namespace {
-
-namespace fs = std::filesystem;
 
 // Who was called, in order, across all callbacks of a test.
 std::vector<std::string> g_calls;
@@ -39,27 +32,24 @@ protected:
     char keys_[3] = {};  // user data in a known address order
 };
 
-TEST_F(Callbacks, OneCallbackPerUserDataAndTheFirstStays) {
+// One entry per user data, the first staying; every line walks them in the order
+// of their user data.
+TEST_F(Callbacks, OneCallbackPerUserDataCalledInItsOrder) {
+    EXPECT_EQ(1, QDLogAddCallback(CallG, &keys_[2]));
     EXPECT_EQ(1, QDLogAddCallback(CallF, &keys_[0]));
     EXPECT_EQ(0, QDLogAddCallback(CallF, &keys_[0]));
     EXPECT_EQ(0, QDLogAddCallback(CallG, &keys_[0]));
     EXPECT_EQ(1, QDLogAddCallback(CallG, nullptr));  // null is user data like any other
-    QDLogEvent(0, "x");
-    EXPECT_EQ((std::vector<std::string>{"g:x", "f:x"}), g_calls);
+    QDLogEvent(0, "1\n2");
+    EXPECT_EQ((std::vector<std::string>{"g:1", "f:1", "g:1", "g:2", "f:2", "g:2"}), g_calls);
 
     EXPECT_EQ(1, QDLogRemoveCallback(&keys_[0]));
     EXPECT_EQ(0, QDLogRemoveCallback(&keys_[0]));
     EXPECT_EQ(1, QDLogRemoveCallback(nullptr));
+    EXPECT_EQ(1, QDLogRemoveCallback(&keys_[2]));
     g_calls.clear();
     QDLogEvent(0, "y");
     EXPECT_TRUE(g_calls.empty());
-}
-
-TEST_F(Callbacks, CalledInTheOrderOfTheirUserDataForEveryLine) {
-    QDLogAddCallback(CallG, &keys_[2]);
-    QDLogAddCallback(CallF, &keys_[0]);
-    QDLogEvent(0, "1\n2");
-    EXPECT_EQ((std::vector<std::string>{"f:1", "g:1", "f:2", "g:2"}), g_calls);
 }
 
 // Logs from inside itself, once per outer line: the lock is recursive and the
@@ -91,45 +81,6 @@ TEST_F(Callbacks, MayRemoveAndAddEntriesDuringTheWalk) {
     QDLogEvent(0, "a\nb");
     // The removed neighbour is not reached; the new entry above is, from this line on.
     EXPECT_EQ((std::vector<std::string>{"rearranging", "g:a", "g:b"}), g_calls);
-}
-
-class LogFileOutput : public LogTest {};
-
-// The file's plain form: binary CR LF lines, flushed only at the threshold.
-TEST_F(LogFileOutput, LinesEndInCrLfAndFlushWaitsForTheThreshold) {
-    const std::string dir = testing::TempDir() + "qdlog-file-" + std::to_string(getpid()) + "/";
-    ASSERT_EQ(1, QDLogSetDir(dir.c_str()));
-    QDLogToFile(1);
-    LogContext& log = GetLogContext();
-    log.lastEventMSEL_ = 0;  // the next event checks the file
-    const auto contents = [](const std::string& path) {
-        std::stringstream all;
-        all << std::ifstream(path, std::ios::binary).rdbuf();
-        return all.str();
-    };
-
-    PrintAt(0, "a\r\nb", kSampleMSEL);
-    const std::string path = dir + "log20161118121200.log";
-    EXPECT_EQ(path, QDLogGetFileName());
-    EXPECT_EQ(2, log.logFile_.linesToFlush_);
-    QDLogFlushFile();  // 2 of 50 lines: nothing reaches the disk
-    EXPECT_EQ("", contents(path));
-
-    QDLogSetFlushLines(3);
-    PrintAt(31, "raw", kSampleMSEL);  // counts for nothing
-    EXPECT_EQ(2, log.logFile_.linesToFlush_);
-    PrintAt(1, "c", kSampleMSEL);  // the third line: the event flushes
-    const std::string head = std::string(kSampleTime) + "|信息:";
-    EXPECT_EQ(head + "a\r\r\n" + head + "b\r\nraw" + kSampleTime + "|警告:c\r\n", contents(path));
-    EXPECT_EQ(0, log.logFile_.linesToFlush_);
-
-    {
-        LogLock lock(log);
-        log.logFile_.Close();
-    }
-    QDLogSetFlushLines(50);
-    QDLogSetDir(nullptr);
-    fs::remove_all(dir);
 }
 
 }  // namespace
