@@ -90,6 +90,24 @@ TEST(Ticks, AdvanceAndTheCycleCounterRuns) {
     EXPECT_GT(ReadCpuCycle(), 0u);
 }
 
+// The mask pointer's test whether a pass may be due relies on both: the coarse tick
+// is never ahead of the tick, and at most its lag behind.
+TEST(Ticks, TheCoarseTickIsNeverAheadAndAtMostItsLagBehind) {
+    const uint32_t lag = os::CoarseTickLag();
+    EXPECT_GE(lag, 1u);
+    EXPECT_LT(lag, 100u);
+    // Between two precise reads, so that a thread put aside in between proves nothing
+    // wrong: the coarse tick lies at most its lag before the first, and not after the
+    // second.
+    for (int i = 0; i < 20000; ++i) {
+        const uint32_t before = GetTickCount();
+        const uint32_t coarse = os::CoarseTickCount();
+        const uint32_t after = GetTickCount();
+        ASSERT_LE(static_cast<int32_t>(before - coarse), static_cast<int32_t>(lag)) << i;
+        ASSERT_LE(static_cast<int32_t>(coarse - after), 0) << i;
+    }
+}
+
 TEST(IsElapsed, BothFormsAtTheWrapAndTheIntervalLimit) {
     EXPECT_TRUE(IsElapsed(5u, 0xFFFFFFFBu, 10u));  // across the 32-bit wrap
     EXPECT_FALSE(IsElapsed(4u, 0xFFFFFFFBu, 10u));
