@@ -16,22 +16,27 @@ int FormatCpuTicks(int64_t difference, char (&out)[kCpuTicksChars]) {
 }
 
 // The pieces copied one after the other: the bytes of "%s%s|%s%c", without
-// snprintf, which cost 78 ns of an 80-byte event's 358 (BM_ComparedMessage).
-int BuildEventHead(const char* time, int timeLen, const char* cycles, int cyclesLen,
-                   const char* title, uint32_t separator, char (&out)[kEventHeadChars]) {
+// snprintf, which cost 78 ns of an 80-byte event's 358 (BM_ComparedMessage). Each
+// piece is copied by the whole size of its buffer, a copy of fixed size that the
+// compiler makes a few moves, and the write position then goes on by its length:
+// a copy of the length itself became "rep movsq", which cost 25 ns more. All three
+// buffers together (24 + 64 + 32 bytes and two) fit the head.
+int BuildEventHead(const char (&time)[kSystemTimeTextSize], int timeLen,
+                   const char (&cycles)[kCpuTicksChars], int cyclesLen,
+                   const char (&title)[kTitleChars], uint32_t separator,
+                   char (&out)[kEventHeadChars]) {
+    static_assert(kSystemTimeTextSize + kCpuTicksChars + kTitleChars + 2 <= kEventHeadChars,
+                  "the pieces' buffers must fit the head");
     char* p = out;
-    char* const last = out + sizeof(out) - 1;
-    const auto put = [&](const char* piece, size_t length) {
-        if (length > static_cast<size_t>(last - p)) length = static_cast<size_t>(last - p);
-        memcpy(p, piece, length);
-        p += length;
-    };
-    const char separatorByte = static_cast<char>(separator);
-    put(time, static_cast<size_t>(timeLen));
-    put(cycles, static_cast<size_t>(cyclesLen));
-    put("|", 1);
-    put(title, strlen(title));
-    put(&separatorByte, 1);
+    memcpy(p, time, sizeof(time));
+    p += timeLen;
+    memcpy(p, cycles, sizeof(cycles));
+    p += cyclesLen;
+    *p++ = '|';
+    memcpy(p, title, sizeof(title));
+    const void* titleEnd = memchr(title, 0, sizeof(title));
+    p += titleEnd ? static_cast<const char*>(titleEnd) - title : sizeof(title);
+    *p++ = static_cast<char>(separator);
     *p = 0;
     return static_cast<int>(p - out);
 }

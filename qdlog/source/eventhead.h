@@ -11,6 +11,7 @@
 
 constexpr int kEventHeadChars = 256;
 constexpr int kCpuTicksChars = 64;
+constexpr int kTitleChars = 32;
 
 // The time column, in local time, with or without milliseconds:
 //   "2016-11-18 12:12:00.123", "2016-11-18 12:12:00"
@@ -40,5 +41,7 @@ int FormatCpuTicks(int64_t difference, char (&out)[kCpuTicksChars]);
 
 // "%s%s|%s%c" of time, cycles (none when cyclesLen is 0), title and separator;
 // time and cycles come with their lengths. Returns its length.
-int BuildEventHead(const char* time, int timeLen, const char* cycles, int cyclesLen,
-                   const char* title, uint32_t separator, char (&out)[kEventHeadChars]);
+int BuildEventHead(const char (&time)[kSystemTimeTextSize], int timeLen,
+                   const char (&cycles)[kCpuTicksChars], int cyclesLen,
+                   const char (&title)[kTitleChars], uint32_t separator,
+                   char (&out)[kEventHeadChars]);

@@ -11,7 +11,9 @@
 template <class CHAR>
 void LogEventV(int type, const CHAR* fmt, va_list args);
 
-// When an event happens: taken once, under lock_, at the start of the print.
+// When an event happens: taken once, under lock_, at the start of the print. The
+// road leaves `cycle` 0: the print reads the counter when the cycle column needs
+// it; a test may hand one in.
 struct EventMoment {
     MSEL now;
     uint32_t tick;

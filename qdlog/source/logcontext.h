@@ -18,7 +18,6 @@
 #include "qdr/qdthread.h"
 
 constexpr int kEventTypes = 32;
-constexpr int kTitleChars = 32;
 constexpr int kRawEventType = 31;
 
 // A word that setters and getters touch without a lock while events read it:
