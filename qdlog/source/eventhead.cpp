@@ -19,7 +19,7 @@ int FormatCpuTicks(int64_t difference, char (&out)[kCpuTicksChars]) {
 // snprintf, which cost 78 ns of an 80-byte event's 358 (BM_ComparedMessage). Each
 // piece is copied by the whole size of its buffer, a copy of fixed size that the
 // compiler makes a few moves, and the write position then goes on by its length:
-// a copy of the length itself became "rep movsq", which cost 25 ns more. All three
+// a copy of the length itself became "rep movsq", which cost 30 ns more. All three
 // buffers together (24 + 64 + 32 bytes and two) fit the head.
 int BuildEventHead(const char (&time)[kSystemTimeTextSize], int timeLen,
                    const char (&cycles)[kCpuTicksChars], int cyclesLen,
