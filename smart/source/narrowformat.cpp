@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "formatspec.h"
+#include "formatdirective.h"
 
 namespace {
 

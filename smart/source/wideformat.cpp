@@ -9,7 +9,7 @@
 #include <cstring>
 #include <type_traits>
 
-#include "formatspec.h"
+#include "formatdirective.h"
 #include "qdr/platform/os.h"
 #include "smartbuf.h"
 
