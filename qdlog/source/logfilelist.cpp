@@ -116,10 +116,13 @@ int CleanByAge(LogContext& log, MSEL now, uint32_t tick) {
             QDR_CHECK(false);
             return deleted;
         }
-        // The report shows the pattern written out.
         const char* file_ = separator + 1;
-        QDR_CHECK(MatchingString(file_, "log##############.log"));
-        if (!MatchingString(file_, kLogFileNamePattern)) return deleted;
+        if (!MatchingString(file_, kLogFileNamePattern)) {
+            // The report shows the pattern written out; the name is matched again
+            // only on this failing path.
+            QDR_CHECK(MatchingString(file_, "log##############.log"));
+            return deleted;
+        }
         // The 14 digits behind "log", local time: "log20161118121200.log" was born
         // at 2016-11-18 12:12:00 here.
         const MSEL born = DateTextToMSEL(file_ + 3, false, true);
