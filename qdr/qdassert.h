@@ -59,3 +59,27 @@ const char* qdr_CheckMessage(const char* message);
         if (!(cond) && qdr_AssertPrintfBox(__FILE__, __LINE__, "(" #cond ")", __VA_ARGS__)) \
             QDR_DEBUG_BREAK();                                                              \
     } while (0)
+
+// A check whose failure ends the function: after the report (Ignore), the function
+// returns what follows the condition, or nothing in a function without a result.
+//   QDR_CHECK_OR_RETURN(path != nullptr, false);   QDR_CHECK_OR_RETURN(len >= 0);
+#define QDR_CHECK_OR_RETURN(cond, ...)                                       \
+    do {                                                                     \
+        if (!(cond)) {                                                       \
+            if (qdr_AssertPrintfBox(__FILE__, __LINE__, "(" #cond ")", "%s", \
+                                    qdr_CheckMessage(nullptr)))              \
+                QDR_DEBUG_BREAK();                                           \
+            return __VA_ARGS__;                                              \
+        }                                                                    \
+    } while (0)
+
+// The same with a message: QDR_CHECK_MSG_OR_RETURN(cond, value, fmt, ...); a function
+// without a result passes an empty value: QDR_CHECK_MSG_OR_RETURN(cond, , "bad %d", n).
+#define QDR_CHECK_MSG_OR_RETURN(cond, value, ...)                                    \
+    do {                                                                             \
+        if (!(cond)) {                                                               \
+            if (qdr_AssertPrintfBox(__FILE__, __LINE__, "(" #cond ")", __VA_ARGS__)) \
+                QDR_DEBUG_BREAK();                                                   \
+            return value;                                                            \
+        }                                                                            \
+    } while (0)
