@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "logcontext.h"
-#include "logfilelist.h"
 #include "qdfdk.h"
 #include "qdr/platform/os_files.h"
 #include "qdtime.h"
@@ -140,9 +139,7 @@ bool TakeNewestSmallFile(LogContext& log, char (&name)[kLogPathChars]) {
     if (size >= log.switchBytes_ / 2) return false;
     strcpy(name, newest.c_str());
     log.logFileList_.totalLogBytes -= size;
-    // clang-format off
     QDR_CHECK(1 == log.logFileList_.listSet.erase(name));
-    // clang-format on
     return true;
 }
 
@@ -167,7 +164,7 @@ void CheckLogFile(LogContext& log, MSEL now) {
             strcpy(closed, file.Name());
             file.Close();
             ForgetCounters(file);
-            if (ListLogFile(log.logFileList_, closed))
+            if (log.logFileList_.List(closed))
                 log.logFileList_.totalLogBytes += static_cast<int32_t>(GetFileSizeByName(closed));
         }
     }

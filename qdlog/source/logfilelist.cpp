@@ -19,15 +19,11 @@ void LogContext::LogFileList::StopWorker() {
     initThread = 0;
 }
 
-bool ListLogFile(LogContext::LogFileList& list, const char* path) {
-    return list.listSet.insert(path).second;
-}
-
 bool ListFoundLogFile(LogContext& log, const char* dir, const char* path) {
     char listed[kLogPathChars];
     if (!ComposeLogPath(dir, GetFileNamePart(path), listed)) return false;
     LogLock lock(log);
-    if (!lock.Held() || !ListLogFile(log.logFileList_, listed)) return false;
+    if (!lock.Held() || !log.logFileList_.List(listed)) return false;
     log.logFileList_.totalLogBytes += GetFileSizeByName(listed);
     return true;
 }
@@ -38,21 +34,18 @@ bool IsLogFile(bool isDirectory, const char* path) {
     return !isDirectory && MatchingString(GetFileNamePart(path), kLogFileNamePattern);
 }
 
-// The first sweep's callback, per entry of the directory: lists the file, and at
+// The first sweep's callback, per entry of the directory (`param` is the context
+// being built): lists the file, and at
 // the 5000th hands the rest of the directory to the worker and ends the search.
-bool ScanLogFile(void* /*param*/, bool isDirectory, const char* path) {
+bool ScanLogFile(void* param, bool isDirectory, const char* path) {
     if (!IsLogFile(isDirectory, path)) return true;
-    LogContext& log = GetLogContext();
+    LogContext& log = *static_cast<LogContext*>(param);
     QDR_CHECK(!log.logFileList_.exitFlag);
     LogLock lock(log);
     ListFoundLogFile(log, QDLogGetDir(), path);
     if (log.logFileList_.listSet.size() < static_cast<size_t>(kFirstSweepFiles)) return true;
-    // The report shows these expressions as written.
-    // clang-format off
-    QDR_CHECK(((OSThread)0) == log.logFileList_.initThread);
-    if (log.logFileList_.initThread) return false;
+    QDR_CHECK_OR_RETURN(((OSThread)0) == log.logFileList_.initThread, false);
     QDR_CHECK(OSCreateThread(&log.logFileList_.initThread, &log.logFileList_.initThreadID, LogContext::LogFileList::InitWoker, 0, 0 ));
-    // clang-format on
     return false;
 }
 
@@ -109,8 +102,8 @@ unsigned LogContext::LogFileList::InitWoker(void* /*param*/) {
     return 0;
 }
 
-bool SweepLogDirectory(LogContext& /*log*/) {
-    return SearchFilesEx(QDLogGetDir(), "*.log", false, ScanLogFile, nullptr);
+bool SweepLogDirectory(LogContext& log) {
+    return SearchFilesEx(QDLogGetDir(), "*.log", false, ScanLogFile, &log);
 }
 
 int CleanByAge(LogContext& log, MSEL now, uint32_t tick) {

@@ -172,9 +172,7 @@ TEST_F(Config, BadFilesCountAsFilesWithoutKeys) {
     garbage[0] = 0x01;  // no byte-order mark
     const std::string keys = "[level]\ninfo=0\n[params]\nflush_lines=20\n";
     const std::pair<std::string, int> cases[] = {
-        {"", 0},
-        {garbage, 0},
-        {"\xFF\xFE" + keys, 1},  // UTF-16 of odd length: reported, "(false)"
+        {"", 0}, {garbage, 0}, {"\xFF\xFE" + keys, 1},  // UTF-16 of odd length: reported, "(false)"
     };
     for (const auto& c : cases) {
         ResetEngine();

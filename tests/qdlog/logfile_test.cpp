@@ -139,7 +139,7 @@ TEST_F(LogFileWriter, SwitchesAtTheFirstEventOfTheNextSecond) {
     PrintAt(0, manyLines.c_str(), kSampleMSEL + 800);  // 12:12:00.923, past the limit
     EXPECT_EQ(Named("log20161118121200.log"), QDLogGetFileName());
     Write(OnDisk("log20161118000000.log"), "small");
-    ListLogFile(List(), Named("log20161118000000.log").c_str());
+    List().List(Named("log20161118000000.log").c_str());
     List().totalLogBytes += 5;
 
     PrintAt(0, "next", kSampleMSEL + 1000);

@@ -103,7 +103,7 @@ TEST_F(Retention, ANameWithoutAReadableDateStopsTheAgeRuleThereAtEveryEvent) {
         SCOPED_TRACE(path);
         ResetLogFileList(1);
         Sweep(dir_, {{"log20161101000000.log", 5}});
-        ListLogFile(GetLogContext().logFileList_, path.c_str());
+        GetLogContext().logFileList_.List(path.c_str());
         ReportCapture reports;
         Clean(kNow, kTick);
         Clean(kNow, kTick + 1);
@@ -220,7 +220,7 @@ TEST_F(Retention, NoRuleDeletesTheOpenFile) {
     ASSERT_EQ(open, QDLogGetFileName());
     for (const auto& rule : {std::make_pair(3, 0), std::make_pair(0, 1)}) {
         LogContext& log = GetLogContext();
-        ListLogFile(log.logFileList_, open.c_str());  // as the worker would
+        log.logFileList_.List(open.c_str());  // as the worker would
         log.logFileList_.totalLogBytes += 20;
         QDLogSetLife(rule.first);
         QDLogSetMaxFileNum(rule.second);
