@@ -64,10 +64,15 @@ void UnicodeToUtf8(const char16_t* unicode_txt, int unicode_len, char* out_buf, 
 
 // The GB pair on the library's own code page 936 tables.
 
-int Gb2312CharToUnicode(const unsigned char* bytes, int left, char16_t* code) {
+namespace {
+
+// The single-character steps with the tables at hand, so that a text fetches them
+// once and the steps inline into its loop.
+inline int CharToUnicode(const GbkTables& tables, const unsigned char* bytes, int left,
+                         char16_t* code) {
     if (left < 1) return kGbTooShort;
     if (left >= 2) {
-        const uint16_t* row = GetGbkTables().forward[bytes[0]];
+        const uint16_t* row = tables.forward[bytes[0]];
         if (row && bytes[1] != 0) {
             if (row[bytes[1]] == 0) return kGbNoMapping;
             *code = row[bytes[1]];
@@ -78,13 +83,13 @@ int Gb2312CharToUnicode(const unsigned char* bytes, int left, char16_t* code) {
     return 1;
 }
 
-int UnicodeCharToGb2312(char16_t code, unsigned char* out, int capacity) {
+inline int CharToGb(const GbkTables& tables, char16_t code, unsigned char* out, int capacity) {
     if (capacity < 1) return kGbTooShort;
     if (code == u'\u20AC') {
         out[0] = 0x80;
         return 1;
     }
-    const uint8_t(*row)[2] = GetGbkTables().reverse[code >> 8];
+    const uint8_t(*row)[2] = tables.reverse[code >> 8];
     const bool mapped = row && (row[code & 0xFF][0] || row[code & 0xFF][1]);
     if (code < 0x100 && !mapped) {
         if (code >= 0x80) return kGbNoMapping;
@@ -98,8 +103,6 @@ int UnicodeCharToGb2312(char16_t code, unsigned char* out, int capacity) {
     out[1] = row[code & 0xFF][1];
     return 2;
 }
-
-namespace {
 
 // The checks and the refusals the two text forms share; false when `out_len` has
 // its answer already.
@@ -123,20 +126,30 @@ bool StartGbText(const SRC* text, int len, DST* out_buf, int* out_len, bool* res
 
 }  // namespace
 
+int Gb2312CharToUnicode(const unsigned char* bytes, int left, char16_t* code) {
+    return CharToUnicode(GetGbkTables(), bytes, left, code);
+}
+
+int UnicodeCharToGb2312(char16_t code, unsigned char* out, int capacity) {
+    return CharToGb(GetGbkTables(), code, out, capacity);
+}
+
 bool UnicodeToGb2312(const char16_t* unicode_txt, int unicode_len, char* out_buf, int* out_len) {
     bool result;
     if (!StartGbText(unicode_txt, unicode_len, out_buf, out_len, &result)) return result;
     const int len = unicode_len < 0 ? TextLength(unicode_txt) : unicode_len;
     const int capacity = *out_len;
+    const GbkTables& tables = GetGbkTables();
     int written = 0;
     for (int i = 0; i < len; ++i) {
         unsigned char bytes[8];
-        const int n = UnicodeCharToGb2312(unicode_txt[i], bytes, sizeof bytes);
+        const int n = CharToGb(tables, unicode_txt[i], bytes, sizeof bytes);
         if (n < 0 || written + n >= capacity) {
             *out_len = -1;
             return false;
         }
-        memcpy(out_buf + written, bytes, static_cast<size_t>(n));
+        out_buf[written] = static_cast<char>(bytes[0]);
+        if (n == 2) out_buf[written + 1] = static_cast<char>(bytes[1]);
         written += n;
     }
     out_buf[written] = 0;
@@ -150,10 +163,11 @@ bool Gb2312ToUnicode(const char* gb2312_txt, int gb2312_len, char16_t* out_buf, 
     const int len = gb2312_len < 0 ? TextLength(gb2312_txt) : gb2312_len;
     const unsigned char* bytes = reinterpret_cast<const unsigned char*>(gb2312_txt);
     const int capacity = *out_len;
+    const GbkTables& tables = GetGbkTables();
     int written = 0;
     for (int i = 0; i < len;) {
         char16_t code;
-        const int n = Gb2312CharToUnicode(bytes + i, len - i, &code);
+        const int n = CharToUnicode(tables, bytes + i, len - i, &code);
         if (n < 0 || written + 1 >= capacity) {
             *out_len = -1;
             return false;

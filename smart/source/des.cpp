@@ -169,19 +169,26 @@ void Des::SetKey(const void* key, int keyLen) {
     DesContext& c = *ctx_;
     BuildNibbleTable(kInitialPerm, c.ip);
     BuildNibbleTable(kFinalPerm, c.fp);
+    // Built from small pieces: EncryptStr pays for this on every call.
+    uint8_t box[8][64];
+    for (int b = 0; b < 8; ++b)
+        for (int six = 0; six < 64; ++six) box[b][six] = static_cast<uint8_t>(SBox(b, six));
     for (int pair = 0; pair < 4; ++pair)
-        for (int index = 0; index < 4096; ++index)
-            c.sbox[pair][index] = static_cast<uint8_t>(SBox(2 * pair, index >> 6) << 4 |
-                                                       SBox(2 * pair + 1, index & 0x3F));
-    for (int pos = 0; pos < 4; ++pos)
-        for (int value = 0; value < 256; ++value) {
-            uint32_t bits = 0;
-            for (int out = 0; out < 32; ++out) {
-                const int in = kPerm32[out] - 1;
-                if (in / 8 == pos && (value & (0x80 >> (in % 8)))) bits |= 0x80000000u >> out;
-            }
-            memcpy(c.p[pos][value], &bits, 4);
+        for (int a = 0; a < 64; ++a)
+            for (int b = 0; b < 64; ++b)
+                c.sbox[pair][a * 64 + b] =
+                    static_cast<uint8_t>(box[2 * pair][a] << 4 | box[2 * pair + 1][b]);
+    uint32_t bitOut[32] = {0};  // input bit -> its output bit
+    for (int out = 0; out < 32; ++out) bitOut[kPerm32[out] - 1] = 0x80000000u >> out;
+    for (int pos = 0; pos < 4; ++pos) {
+        uint32_t entry[256];
+        entry[0] = 0;
+        for (int value = 1; value < 256; ++value) {
+            const int low = __builtin_ctz(static_cast<unsigned>(value));  // bit 7 - low of the byte
+            entry[value] = entry[value & (value - 1)] | bitOut[pos * 8 + 7 - low];
         }
+        memcpy(c.p[pos], entry, sizeof entry);
+    }
 
     const uint64_t keyBits = LoadBigEndian64(folded);
     uint8_t cd[56];
