@@ -6,7 +6,6 @@
 #include <cstring>
 #include <random>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -16,143 +15,95 @@
 
 namespace {
 
-std::vector<unsigned char> Bytes(const char* hex) {
-    Binary b;
-    EXPECT_TRUE(HexStrToBin(hex, b));
-    return std::vector<unsigned char>(b.Data(), b.Data() + b.Size());
-}
-
-std::string Hex(const unsigned char* p, int len) {
+std::string Hex(const void* p, int len) {
     std::string s;
-    BinToHexStr(p, len, s);
-    return s;
+    return BinToHexStr(p, len, s), s;
 }
 
-// Single-block DES-ECB by OpenSSL, without padding.
-class OpenSslDes {
-public:
-    OpenSslDes()
-        : legacy_(OSSL_PROVIDER_load(nullptr, "legacy")),
-          base_(OSSL_PROVIDER_load(nullptr, "default")),
-          cipher_(EVP_CIPHER_fetch(nullptr, "DES-ECB", nullptr)),
-          ctx_(EVP_CIPHER_CTX_new()) {}
-    ~OpenSslDes() {
-        EVP_CIPHER_CTX_free(ctx_);
-        EVP_CIPHER_free(cipher_);
-        OSSL_PROVIDER_unload(base_);
-        OSSL_PROVIDER_unload(legacy_);
-    }
-    bool Ready() const { return cipher_ && ctx_; }
-    void Encipher(const unsigned char key[8], const unsigned char in[8], unsigned char out[8]) {
-        int n = 0;
-        ASSERT_EQ(1, EVP_EncryptInit_ex(ctx_, cipher_, nullptr, key, nullptr));
-        EVP_CIPHER_CTX_set_padding(ctx_, 0);
-        ASSERT_EQ(1, EVP_EncryptUpdate(ctx_, out, &n, in, 8));
-        ASSERT_EQ(8, n);
-    }
+std::string Encipher(const char* key, int keyLen, const char* hexBlock) {
+    Binary block;
+    EXPECT_TRUE(HexStrToBin(hexBlock, block));
+    Des des(key, keyLen);
+    des.Endes(block.Data(), block.Get(), 8);
+    const std::string out = Hex(block.Data(), 8);
+    des.Dedes(block.Data(), block.Get(), 8);
+    EXPECT_EQ(hexBlock, Hex(block.Data(), 8));
+    return out;
+}
 
-private:
-    OSSL_PROVIDER* legacy_;
-    OSSL_PROVIDER* base_;
-    EVP_CIPHER* cipher_;
-    EVP_CIPHER_CTX* ctx_;
-};
-
-TEST(Des, PublishedVectorsBothWays) {
-    // FIPS 81's example, the textbook block, and NIST SP 800-17 variable plaintext,
-    // variable key, permutation and substitution tests.
-    const char* const vectors[][3] = {
-        {"0123456789ABCDEF", "4E6F772069732074", "3FA40E8A984D4815"},
-        {"133457799BBCDFF1", "0123456789ABCDEF", "85E813540F0AB405"},
-        {"0101010101010101", "8000000000000000", "95F8A5E5DD31D900"},
-        {"0101010101010101", "4000000000000000", "DD7F121CA5015619"},
-        {"8001010101010101", "0000000000000000", "95A8D72813DAA94D"},
-        {"1046913489980131", "0000000000000000", "88D55E54F54C97B4"},
-        {"7CA110454A1A6E57", "01A1D6D039776742", "690F5B0D9A26939B"},
-    };
-    for (const auto& v : vectors) {
-        const std::vector<unsigned char> key = Bytes(v[0]), plain = Bytes(v[1]);
-        Des des(reinterpret_cast<const char*>(key.data()), 8);
-        unsigned char block[8];
-        des.Endes(plain.data(), block, 8);
-        EXPECT_EQ(v[2], Hex(block, 8)) << v[0];
-        des.Dedes(block, block, 8);
-        EXPECT_EQ(v[1], Hex(block, 8)) << v[0];
-    }
+TEST(Des, PublishedVectorsAndKeyFold) {
+    // FIPS 81's example, then NIST SP 800-17 variable plaintext, variable key,
+    // permutation and substitution entries.
+    EXPECT_EQ("3FA40E8A984D4815",
+              Encipher("\x01\x23\x45\x67\x89\xAB\xCD\xEF", 8, "4E6F772069732074"));
+    EXPECT_EQ("95F8A5E5DD31D900",
+              Encipher("\x01\x01\x01\x01\x01\x01\x01\x01", 8, "8000000000000000"));
+    EXPECT_EQ("95A8D72813DAA94D",
+              Encipher("\x80\x01\x01\x01\x01\x01\x01\x01", 8, "0000000000000000"));
+    EXPECT_EQ("88D55E54F54C97B4",
+              Encipher("\x10\x46\x91\x34\x89\x98\x01\x31", 8, "0000000000000000"));
+    EXPECT_EQ("690F5B0D9A26939B",
+              Encipher("\x7C\xA1\x10\x45\x4A\x1A\x6E\x57", 8, "01A1D6D039776742"));
+    // A key text folds onto 8 bytes: a 9th byte adds to byte 0 ('1' + '1' = 'b').
+    EXPECT_EQ(Encipher("b2345678", 8, "0102030405060708"),
+              Encipher("123456781", 9, "0102030405060708"));
+    EXPECT_EQ(Encipher("ab\0\0\0\0\0\0", 8, "0102030405060708"),
+              Encipher("ab", -1, "0102030405060708"));
 }
 
 TEST(Des, AgreesWithOpenSslOnRandomKeysAndBlocks) {
-    OpenSslDes reference;
-    ASSERT_TRUE(reference.Ready());
+    OSSL_PROVIDER* legacy = OSSL_PROVIDER_load(nullptr, "legacy");
+    EVP_CIPHER* cipher = EVP_CIPHER_fetch(nullptr, "DES-ECB", nullptr);
+    EVP_CIPHER_CTX* ctx = EVP_CIPHER_CTX_new();
+    ASSERT_TRUE(legacy && cipher && ctx);
     std::mt19937_64 rng(17);
     Des des;
     for (int i = 0; i < 10000; ++i) {
-        uint64_t words[2] = {rng(), rng()};
-        const unsigned char* key = reinterpret_cast<unsigned char*>(&words[0]);
-        const unsigned char* plain = reinterpret_cast<unsigned char*>(&words[1]);
-        unsigned char ours[8], theirs[8], back[8];
+        const uint64_t words[2] = {rng(), rng()};
+        const unsigned char* key = reinterpret_cast<const unsigned char*>(&words[0]);
+        const unsigned char* plain = reinterpret_cast<const unsigned char*>(&words[1]);
+        unsigned char ours[8], theirs[8];
+        int n = 0;
+        ASSERT_EQ(1, EVP_EncryptInit_ex(ctx, cipher, nullptr, key, nullptr));
+        EVP_CIPHER_CTX_set_padding(ctx, 0);
+        ASSERT_EQ(1, EVP_EncryptUpdate(ctx, theirs, &n, plain, 8));
         des.SetKey(key, 8);
         des.Endes(plain, ours, 8);
-        reference.Encipher(key, plain, theirs);
-        ASSERT_EQ(0, memcmp(ours, theirs, 8)) << "block " << i;
-        des.Dedes(ours, back, 8);
-        ASSERT_EQ(0, memcmp(plain, back, 8)) << "block " << i;
+        ASSERT_EQ(Hex(theirs, 8), Hex(ours, 8)) << "block " << i;
+        des.Dedes(ours, ours, 8);
+        ASSERT_EQ(0, memcmp(plain, ours, 8)) << "block " << i;
     }
+    EVP_CIPHER_CTX_free(ctx);
+    EVP_CIPHER_free(cipher);
+    OSSL_PROVIDER_unload(legacy);
 }
 
-TEST(Des, KeyTextFoldsOntoEightBytes) {
-    const unsigned char block[8] = {1, 2, 3, 4, 5, 6, 7, 8};
-    auto encipher = [&](const char* key, int len) {
-        unsigned char out[8];
-        Des(key, len).Endes(block, out, 8);
-        return Hex(out, 8);
-    };
-    EXPECT_EQ(encipher("12345678", -1), encipher("12345678\0\0\0", 11));
-    EXPECT_EQ(encipher("b2345678", 8), encipher("123456781", 9));  // '1' + '1' = 'b'
-    EXPECT_EQ(encipher("ab\0\0\0\0\0\0", 8), encipher("ab", -1));
-    EXPECT_EQ(encipher(nullptr, -1), encipher("", -1));
-}
-
-TEST(DesFrame, LayoutByteForByte) {
+TEST(DesFrame, LayoutByteForByteAndRoundTrips) {
     // "abc": 61 62 63, padding 00, sum 0x126 as 26 01 00 00, enciphered under
     // "12345678" (openssl enc -des-ecb -K 3132333435363738 -nopad).
     Des des("12345678");
-    Binary frame;
+    Binary frame, plain;
     ASSERT_TRUE(des.EndesEx("abc", 3, frame));
     EXPECT_EQ("08000000C381CFB29AAA87F6", Hex(frame.Data(), frame.Size()));
-
-    Binary plain;
     EXPECT_EQ(4, des.DedesEx(frame.Data(), plain, frame.Size()));
     EXPECT_EQ("6162630000000000", Hex(plain.Data(), plain.Size()));  // sum cleared
-
-    std::string hex;
+    std::string hex, text;
     EXPECT_EQ("08000000C381CFB29AAA87F6", EncryptStr(hex, "12345678", "abc"));
-    std::string text;
     EXPECT_EQ("abc", DecryptStr(text, "12345678", hex.c_str()));
 
-    for (int len : {0, 4, 5, 12, 13}) {
-        ASSERT_TRUE(des.EndesEx("0123456789abcdef", len, frame));
+    for (int len = 0; len < 20; ++len) {
+        Binary exact;
+        ASSERT_TRUE(des.EndesEx("0123456789abcdefghij", len, frame));
         EXPECT_EQ(4 + (len + 4 + 7) / 8 * 8, frame.Size()) << len;
+        ASSERT_TRUE(des.EndesExact("0123456789abcdefghij", len, frame));
+        ASSERT_TRUE(des.DedesExact(frame.Data(), exact, frame.Size()));
+        EXPECT_EQ(std::string("0123456789abcdefghij", len),
+                  std::string(exact.Data(), exact.Data() + exact.Size()));
     }
-}
-
-TEST(DesFrame, ExactLengthAndWideTextRoundTrip) {
-    Des des("key");
-    std::mt19937 rng(5);
-    for (int len = 0; len < 40; ++len) {
-        std::vector<unsigned char> data(len);
-        for (auto& b : data) b = static_cast<unsigned char>(rng());
-        data.push_back(0);  // never read: it keeps data() non-null at length 0
-        Binary frame, back;
-        ASSERT_TRUE(des.EndesExact(data.data(), len, frame));
-        ASSERT_TRUE(des.DedesExact(frame.Data(), back, frame.Size()));
-        ASSERT_EQ(len, back.Size());
-        EXPECT_EQ(0, len ? memcmp(back.Data(), data.data(), len) : 0);
-    }
-    std::u16string hex, text;
-    EncryptStr(hex, u"钥匙", u"中文 text");
-    EXPECT_EQ(2u * (4 + 24), hex.size());  // 9 units, 18 bytes + 4 -> 24
-    EXPECT_EQ(u"中文 text", DecryptStr(text, u"钥匙", hex.c_str()));
+    std::u16string wideHex, wideText;
+    EncryptStr(wideHex, u"钥匙", u"中文 text");
+    EXPECT_EQ(2u * (4 + 24), wideHex.size());  // 9 units, 18 bytes + 4 -> 24
+    EXPECT_EQ(u"中文 text", DecryptStr(wideText, u"钥匙", wideHex.c_str()));
 }
 
 TEST(DesFrame, RefusesWrongKeyAndMalformedFrames) {
@@ -161,27 +112,19 @@ TEST(DesFrame, RefusesWrongKeyAndMalformedFrames) {
     ASSERT_TRUE(des.EndesExact("secret text", 11, frame));
     EXPECT_EQ(-1, other.DedesEx(frame.Data(), plain, frame.Size()));
     EXPECT_FALSE(other.DedesExact(frame.Data(), plain, frame.Size()));
+    frame.Get()[9] ^= 0x10;
+    EXPECT_EQ(-1, des.DedesEx(frame.Data(), plain, frame.Size()));
 
-    Binary altered;
-    altered.Set(frame.Data(), frame.Size());
-    altered.Get()[9] ^= 0x10;
-    EXPECT_EQ(-1, des.DedesEx(altered.Data(), plain, altered.Size()));
-
-    unsigned char header[24] = {12, 0, 0, 0};  // not a multiple of 8
+    unsigned char header[24] = {12};  // not a multiple of 8
     EXPECT_EQ(-1, des.DedesEx(header, plain, sizeof header));
     header[0] = 16;  // more than the frame holds
     EXPECT_EQ(-1, des.DedesEx(header, plain, 12));
-    header[0] = 0;
-    header[3] = 0x80;  // negative
-    EXPECT_EQ(-1, des.DedesEx(header, plain, sizeof header));
-    EXPECT_EQ(-1, des.DedesEx(frame.Data(), plain, 3));
+    EXPECT_EQ(-1, des.DedesEx(header, plain, 3));
 
     ReportCapture capture;
     EXPECT_EQ(-1, des.DedesEx(nullptr, plain));
-    EXPECT_EQ(-1, des.DedesEx(frame.Data(), plain, 0));
     EXPECT_FALSE(des.EndesExact(nullptr, 3, frame));
-    EXPECT_FALSE(des.EndesEx("x", -1, frame));
-    EXPECT_EQ(3, capture.Count());
+    EXPECT_EQ(2, capture.Count("(false)"));
 }
 
 }  // namespace
