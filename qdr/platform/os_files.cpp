@@ -402,6 +402,29 @@ intptr_t OpenFileHandle(const char* path, uint32_t access, uint32_t disposition)
     return fd;
 }
 
+intptr_t OpenRegularFileHandle(const char* path, bool writable) {
+    SystemPath p(path);
+    if (!p.ok()) return kInvalidHandle;
+    // O_NONBLOCK: a FIFO without a writer would hold the open forever.
+    const int fd = open(p.c_str(), (writable ? O_RDWR : O_RDONLY) | O_CLOEXEC | O_NONBLOCK);
+    if (fd < 0) return kInvalidHandle;
+    struct stat st;
+    const bool known = fstat(fd, &st) == 0;
+    if (!known || !S_ISREG(st.st_mode)) {
+        const int reason = !known ? errno : S_ISDIR(st.st_mode) ? EISDIR : ENODEV;
+        close(fd);
+        errno = reason;
+        return kInvalidHandle;
+    }
+    return fd;
+}
+
+int64_t FileHandleSize(intptr_t handle) {
+    struct stat st;
+    if (handle < 0 || fstat(static_cast<int>(handle), &st) != 0) return -1;
+    return static_cast<int64_t>(st.st_size);
+}
+
 bool CloseFileHandle(intptr_t handle) {
     return handle >= 0 && close(static_cast<int>(handle)) == 0;
 }
