@@ -48,6 +48,7 @@ public:
 
 private:
     int ReadPlain(int offset, void* buf, int bytes);
+    void SeekFor(int offset, int op);
 
     CFile m_fp;
     int m_writable;

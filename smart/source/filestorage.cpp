@@ -110,6 +110,18 @@ bool FileStorage::SetFileSize(int size) {
     return true;
 }
 
+// Sequential access in the same direction goes on without a seek; a turn between
+// reading and writing always seeks, as a C stream needs.
+void FileStorage::SeekFor(int offset, int op) {
+    if (m_rw_ptr_pos == offset && op == m_last_op) {
+        QDR_CHECK(m_rw_ptr_pos == ftell(m_fp));
+    } else {
+        QDR_CHECK(0 == fseek(m_fp, (long)offset, 0));
+        m_rw_ptr_pos = offset;
+    }
+    m_last_op = op;
+}
+
 int FileStorage::ReadPlain(int offset, void* buf, int bytes) {
     if (!IsOpened()) QDR_CHECK_OR_RETURN(false, -1);
     QDR_CHECK_OR_RETURN(bytes >= 0, -1);
@@ -121,13 +133,7 @@ int FileStorage::ReadPlain(int offset, void* buf, int bytes) {
         QDR_CHECK(0 == fflush(m_fp));
         m_unflushed = 0;
     }
-    if (m_rw_ptr_pos == offset && kLastRead == m_last_op) {
-        QDR_CHECK(m_rw_ptr_pos == ftell(m_fp));
-    } else {
-        QDR_CHECK(0 == fseek(m_fp, (long)offset, 0));
-        m_rw_ptr_pos = offset;
-    }
-    m_last_op = kLastRead;
+    SeekFor(offset, kLastRead);
     const int got = static_cast<int>(fread(buf, 1, static_cast<size_t>(bytes), m_fp));
     if (got == bytes) {
         m_rw_ptr_pos += got;
@@ -207,13 +213,7 @@ int FileStorage::Write(int offset, const void* data, int bytes, bool mayExtend, 
         QDR_CHECK_OR_RETURN(false, -1);
     }
 
-    if (m_rw_ptr_pos == offset && kLastWrite == m_last_op) {
-        QDR_CHECK(m_rw_ptr_pos == ftell(m_fp));
-    } else {
-        QDR_CHECK(0 == fseek(m_fp, (long)offset, 0));
-        m_rw_ptr_pos = offset;
-    }
-    m_last_op = kLastWrite;
+    SeekFor(offset, kLastWrite);
     const int put =
         bytes > 0 ? static_cast<int>(fwrite(data, 1, static_cast<size_t>(bytes), m_fp)) : 0;
     if (put == bytes) {
