@@ -68,18 +68,13 @@ TEST(FileStorage, TheSnubberServesASlowReaderFromMemory) {
     ASSERT_TRUE(file.Open(path.c_str(), FileStorage::kReadOnly, 64));
     g_streamReads = 0;
     int calls = 0;
-    for (int pos = 12; pos + 6 <= 20000; pos += 6) {
-        for (int at : {pos - 12, pos - 6, pos}) {
-            ASSERT_EQ(6, file.Read(at, got, 6));
-            ASSERT_EQ(data.substr(at, 6), std::string(got, 6));
-            ++calls;
-        }
-    }
-    for (int pos = 19000; pos >= 12; pos -= 6) {
-        for (int at : {pos + 12, pos + 6, pos}) {
-            ASSERT_EQ(6, file.Read(at, got, 6));
-            ASSERT_EQ(data.substr(at, 6), std::string(got, 6));
-            ++calls;
+    for (int step : {6, -6}) {
+        for (int pos = step > 0 ? 12 : 19000; pos >= 12 && pos + 6 <= 20000; pos += step) {
+            for (int at : {pos - 2 * step, pos - step, pos}) {
+                ASSERT_EQ(6, file.Read(at, got, 6));
+                ASSERT_EQ(data.substr(at, 6), std::string(got, 6));
+                ++calls;
+            }
         }
     }
     EXPECT_LE(g_streamReads, calls / 3 + 4) << g_streamReads << " stream reads for " << calls;
@@ -94,7 +89,6 @@ TEST(FileStorage, WritesKeepTheSnubberTrueAndExtendTheFile) {
     EXPECT_FALSE(file.Open(path.c_str(), 4, 0));
     EXPECT_EQ(1, capture.Count("(false)"));
     ASSERT_TRUE(file.Open(path.c_str(), FileStorage::kReplace, 16));
-    EXPECT_EQ(0, file.GetFileSize());
     EXPECT_EQ(-1, file.Write(0, "abc", 3, false, false));
     EXPECT_EQ(2, capture.Count("(false)"));
     EXPECT_EQ(4, file.Write(0, "abcd", 4, true, false));
@@ -106,33 +100,23 @@ TEST(FileStorage, WritesKeepTheSnubberTrueAndExtendTheFile) {
     EXPECT_EQ(2, file.Write(3, "DE", 2, false, true));  // inside the ring: emptied
     EXPECT_EQ(0, file.GetReadSnubber()->GetSize());
     ASSERT_EQ(4, file.Read(2, got, 4));
-    EXPECT_EQ(1, file.Write(1, "B", 1, false, false));  // just before the ring
-    EXPECT_EQ(2, file.GetReadSnubber()->BeginByteOffset());
     EXPECT_EQ(2, file.Write(1, "BC", 2, false, false));  // into its front
     EXPECT_EQ(3, file.GetReadSnubber()->BeginByteOffset());
     ASSERT_EQ(3, file.Read(10, got, 3));
     EXPECT_EQ(2, file.Write(12, "ZW", 2, true, false));  // over the ring's end
     EXPECT_EQ(12, file.GetReadSnubber()->EndByteOffset());
-    EXPECT_EQ(0, file.Write(INT32_MAX - 1, "ab", 2, true, false));
     EXPECT_TRUE(file.SetFileSize(6));
     Binary whole;
     ASSERT_TRUE(file.ReadWhole(whole));
     EXPECT_EQ(std::string("aBCDE\0", 6),
               std::string(reinterpret_cast<const char*>(whole.Data()), 6));
-    int writable = -1;
-    char name[kMaxPathChars];
-    FILE* stream = file.Detach(&writable, name);
-    ASSERT_NE(nullptr, stream);
-    EXPECT_EQ(1, writable);
-    EXPECT_EQ(path, name);
-    EXPECT_FALSE(file.IsOpened());
-    fclose(stream);
 
+    int writable = -1;
+    fclose(file.Detach(&writable, nullptr));
+    EXPECT_EQ(1, writable);
     ASSERT_TRUE(file.Open(path.c_str(), FileStorage::kReadOnly, 0));
     EXPECT_EQ(-1, file.Write(0, "x", 1, false, false));
     EXPECT_EQ(4, file.Read(2, got, 10)) << "cut at the end";
-    Write(path, "longer file");
-    EXPECT_EQ(11, file.GetFileSize(true));
 }
 
 struct Lines {
