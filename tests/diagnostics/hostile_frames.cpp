@@ -1,0 +1,39 @@
+// Compiled without frame pointers (see CMakeLists.txt).
+#include "hostile_frames.h"
+
+#include <cstdint>
+
+#include "diagnostics/stacktext.h"
+
+namespace {
+
+char g_text[8192];
+
+// Finds the slot that holds this frame's return address, above `local`.
+__attribute__((noinline)) void** ReturnAddressSlot(void* local, void* returnAddress) {
+    void** slot = static_cast<void**>(local);
+    for (int i = 0; i < 64; ++i, ++slot)
+        if (*slot == returnAddress) return slot;
+    return nullptr;
+}
+
+}  // namespace
+
+__attribute__((noinline)) std::string WalkThroughClobberedFrame() {
+    volatile int local = 0;
+    void** slot = ReturnAddressSlot(const_cast<int*>(&local), __builtin_return_address(0));
+    void* saved = slot ? *slot : nullptr;
+    if (slot) *slot = reinterpret_cast<void*>(0x10);
+#if defined(__x86_64__)
+    register uintptr_t framePointer asm("rbp") = 0xdeadbeef00;
+#elif defined(__aarch64__)
+    register uintptr_t framePointer asm("x29") = 0xdeadbeef00;
+#else
+    uintptr_t framePointer = 0;
+#endif
+    asm volatile("" : "+r"(framePointer));
+    qdr_WriteStackText(g_text, sizeof(g_text));
+    asm volatile("" : : "r"(framePointer));
+    if (slot) *slot = saved;
+    return g_text;
+}
