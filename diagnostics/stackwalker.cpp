@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 #include "platform/os_stack.h"
 #include "qdr/platform/os.h"
@@ -26,6 +27,8 @@ constexpr int kErrorNotEnoughMemory = 8;
 constexpr int kErrorDllInitFailed = 1114;
 constexpr int kSearchPathChars = 4096;
 constexpr int kPieceChars = 1024;
+// Frames of another thread kept while it is held; deeper ones end the walk.
+constexpr size_t kHeldThreadFrames = 16384;
 
 // The public symbol server, kept as text in the search path; nothing downloads.
 const char kSymbolServer[] = "https://msdl.microsoft.com/download/symbols";
@@ -122,34 +125,49 @@ bool StackWalker::ShowCallstack(uint32_t thread, const void* context, ReadMemory
     g_readMemory.store(readMemory, std::memory_order_relaxed);
     g_readMemoryUserData.store(userData, std::memory_order_relaxed);
 
-    // Another thread is held in a signal handler for the walk, and let go after it.
-    os::MachineContext borrowed;
-    const bool otherThread =
-        !context && thread != kCurrentThread && thread != os::CurrentThreadId();
-    if (otherThread) {
-        if (!os::BorrowThreadContext(thread, &borrowed)) return false;
-        context = borrowed.bytes;
-    }
-
     FrameRecord* record = static_cast<FrameRecord*>(malloc(sizeof(FrameRecord)));
-    if (record) {
-        WalkState walk = {this, record, true, 0};
-        const os::WalkEnd end = os::WalkStack(
+    if (!record) return true;
+    WalkState walk = {this, record, true, 0};
+    os::WalkEnd end;
+    if (!context && thread != kCurrentThread && thread != os::CurrentThreadId()) {
+        // The other thread waits in a signal handler while its frames are stepped. It
+        // may hold the heap's lock, so they go into room taken beforehand and are
+        // looked up (which allocates) once it has been let go.
+        std::vector<os::StackFrame> frames;
+        frames.reserve(kHeldThreadFrames);
+        os::MachineContext borrowed;
+        if (!os::BorrowThreadContext(thread, &borrowed)) {
+            free(record);
+            return false;
+        }
+        end = os::WalkStack(
+            borrowed.bytes,
+            [](void* room, const os::StackFrame& frame) {
+                auto* kept = static_cast<std::vector<os::StackFrame>*>(room);
+                if (kept->size() == kept->capacity()) return false;
+                kept->push_back(frame);
+                return true;
+            },
+            &frames);
+        os::ReturnBorrowedThread();
+        if (end == os::WalkEnd::kStopped) end = os::WalkEnd::kStepFailed;  // out of room
+        for (const os::StackFrame& frame : frames) OnFrame(walk, frame.pc, frame.exact);
+    } else {
+        end = os::WalkStack(
             context,
             [](void* state, const os::StackFrame& frame) {
                 WalkState* w = static_cast<WalkState*>(state);
                 return w->walker->OnFrame(*w, frame.pc, frame.exact);
             },
             &walk);
-        if (end == os::WalkEnd::kOutermost) {
-            ReportFrame(lastEntry, *record);
-            os::SetLastError(0);
-        } else if (end == os::WalkEnd::kStepFailed) {
-            ReportHelperError(true, "StackWalk64()", os::GetLastError(), walk.lastPc);
-        }
-        free(record);
     }
-    if (otherThread) os::ReturnBorrowedThread();
+    if (end == os::WalkEnd::kOutermost) {
+        ReportFrame(lastEntry, *record);
+        os::SetLastError(0);
+    } else if (end == os::WalkEnd::kStepFailed) {
+        ReportHelperError(true, "StackWalk64()", os::GetLastError(), walk.lastPc);
+    }
+    free(record);
     return true;
 }
 
