@@ -20,8 +20,8 @@ __attribute__((noinline)) void** ReturnAddressSlot(void* local, void* returnAddr
 }  // namespace
 
 __attribute__((noinline)) std::string WalkThroughClobberedFrame() {
-    volatile int local = 0;
-    void** slot = ReturnAddressSlot(const_cast<int*>(&local), __builtin_return_address(0));
+    void* volatile local = nullptr;  // pointer-aligned, like the slot it looks for
+    void** slot = ReturnAddressSlot(const_cast<void**>(&local), __builtin_return_address(0));
     void* saved = slot ? *slot : nullptr;
     if (slot) *slot = reinterpret_cast<void*>(0x10);
 #if defined(__x86_64__)

@@ -199,6 +199,7 @@ __attribute__((noinline)) void RaisesTheSignal() {
 TEST(StackText, BadStacksEndTheWalkWithoutASecondCrash) {
     const std::string clobbered = WalkThroughClobberedFrame();
     EXPECT_NE(std::string::npos, clobbered.find("WalkThroughClobberedFrame")) << clobbered;
+    EXPECT_EQ(std::string::npos, clobbered.find("TestBody")) << clobbered;  // nothing past it
 
     EXPECT_EQ(1, Recurse(10000));
 
