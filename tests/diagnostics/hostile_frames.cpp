@@ -9,10 +9,11 @@ namespace {
 
 char g_text[8192];
 
-// Finds the slot that holds this frame's return address, above `local`.
+// Finds the slot that holds this frame's return address near `local` (above it on
+// x86-64, below it where the frame record sits under the locals, as on aarch64).
 __attribute__((noinline)) void** ReturnAddressSlot(void* local, void* returnAddress) {
-    void** slot = static_cast<void**>(local);
-    for (int i = 0; i < 64; ++i, ++slot)
+    void** slot = static_cast<void**>(local) - 16;
+    for (int i = 0; i < 80; ++i, ++slot)
         if (*slot == returnAddress) return slot;
     return nullptr;
 }
