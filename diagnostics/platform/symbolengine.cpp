@@ -1,6 +1,6 @@
 // libdw as the symbol engine. Every function is bound by name from the library
 // loaded at Init; the header is included for the types only, never linked.
-#include "symbolengine.h"
+#include "diagnostics/symbolengine.h"
 
 #include <cxxabi.h>
 #include <elfutils/libdwfl.h>
@@ -10,9 +10,9 @@
 #include <cstring>
 #include <type_traits>
 
-#include "platform/os_stack.h"
+#include "os_stack.h"
 #include "qdr/platform/os.h"
-#include "stackwalker.h"
+#include "diagnostics/stackwalker.h"
 
 namespace win_sw {
 
