@@ -20,7 +20,7 @@ void AppendStackLine(StackLines* lines, const char* line) {
     }
     const size_t endLength = strlen(lines->lineEnd);
     const size_t used = static_cast<size_t>(lines->end - lines->text);
-    // A line that no longer fits is counted and not kept, as past the budget.
+    // A line that does not fit the rest of the text is counted and not kept.
     if (used + length + endLength + 1 > static_cast<size_t>(lines->room)) return;
     memcpy(lines->end, line, length);
     memcpy(lines->end + length, lines->lineEnd, endLength);
