@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "platform/os_stack.h"
+#include "qdr/qdassert.h"
 #include "qdr/platform/os.h"
 #include "rawstack.h"
 #include "stackwalker.h"
@@ -57,7 +58,8 @@ private:
 }  // namespace
 
 __attribute__((noinline)) int qdr_WriteStackText(char* out, int room) {
-    if (!out || room <= 0) return 0;
+    QDR_CHECK_OR_RETURN(out != nullptr, 0);
+    QDR_CHECK_OR_RETURN(room > 0, 0);
     out[0] = 0;
     StackLines lines = {0x7FFFFFFF, 0, out, room, out, "\n"};
     {

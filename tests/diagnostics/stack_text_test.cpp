@@ -94,6 +94,12 @@ TEST(StackText, TheBudgetKeepsTheTopAndCutsLongLines) {
     EXPECT_STREQ("abc\n", small);
     EXPECT_EQ(2, tight.linesSeen);
 
+    {
+        ReportCapture capture;
+        EXPECT_EQ(0, qdr_WriteStackText(text, 0));
+        EXPECT_EQ(1, capture.Count("(room > 0)"));
+    }
+
     // With no lines allowed the walk still runs to the end and keeps nothing.
     StackWalker_D_ walker;
     EXPECT_EQ(1024 * 15 / 768, walker.maxLines);  // no terminal under the test runner
