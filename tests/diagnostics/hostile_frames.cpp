@@ -11,7 +11,9 @@ char g_text[8192];
 
 // Finds the slot that holds this frame's return address near `local` (above it on
 // x86-64, below it where the frame record sits under the locals, as on aarch64).
-__attribute__((noinline)) void** ReturnAddressSlot(void* local, void* returnAddress) {
+// It reads the frame's raw words, padding included.
+__attribute__((noinline, no_sanitize("address"))) void** ReturnAddressSlot(void* local,
+                                                                           void* returnAddress) {
     void** slot = static_cast<void**>(local) - 16;
     for (int i = 0; i < 80; ++i, ++slot)
         if (*slot == returnAddress) return slot;
