@@ -45,7 +45,6 @@ private:
 
     StackWalker* owner_;
     void* library_;
-    uintptr_t process_;
     char* path_;
     Functions* bound_;
     void* session_;  // the Dwfl

@@ -56,12 +56,7 @@ struct SymbolEngine::Functions {
 };
 
 SymbolEngine::SymbolEngine(StackWalker* owner)
-    : owner_(owner),
-      library_(nullptr),
-      process_(0),
-      path_(nullptr),
-      bound_(nullptr),
-      session_(nullptr) {}
+    : owner_(owner), library_(nullptr), path_(nullptr), bound_(nullptr), session_(nullptr) {}
 
 SymbolEngine::~SymbolEngine() {
     if (session_) bound_->end(static_cast<Dwfl*>(session_));
