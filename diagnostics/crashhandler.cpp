@@ -1,7 +1,7 @@
 // The optional crash handler: the stack of the failing thread and a short report,
 // to standard error and to the end of the open log file, then the signal's own end.
 // It runs in a signal handler, so it allocates nothing and takes no lock of the
-// engine; the symbol library allocates, so its lines are "module: address()".
+// engine; the symbol library allocates, so its lines are "module: address() +offset".
 #include <atomic>
 #include <cstdio>
 #include <cstring>

@@ -26,7 +26,9 @@ bool AddRawFrame(void* arg, const os::StackFrame& frame) {
     for (const char* p = path; *p; ++p)
         if (*p == '/') name = p + 1;
     char line[600];
-    snprintf(line, sizeof(line), "%s: %p()", name, reinterpret_cast<void*>(frame.pc));
+    const uintptr_t offset = frame.pc - os::ModuleLoadAddress(reinterpret_cast<void*>(frame.pc));
+    snprintf(line, sizeof(line), "%s: %p() +0x%lx", name, reinterpret_cast<void*>(frame.pc),
+             static_cast<unsigned long>(offset));
     AppendStackLine(walk->lines, line);
     return true;
 }

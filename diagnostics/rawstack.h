@@ -1,6 +1,7 @@
-// Stack lines without the symbol library, "module: address()" for each frame whose
-// address lies in a loaded module: what a program gets where symbols cannot be
-// looked up, and what the crash handler writes, since it must not allocate.
+// Stack lines without the symbol library, "module: address() +offset" for each frame
+// whose address lies in a loaded module, the offset being what addr2line takes for
+// that module: what a program gets where symbols cannot be looked up, and what the
+// crash handler writes, since it must not allocate.
 #pragma once
 
 #include "stacktext.h"

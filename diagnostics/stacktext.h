@@ -25,7 +25,7 @@ int StackDisplayHeight();
 
 // Writes the caller's stack into `out`, one line per frame ended by LF, innermost
 // first, as many lines as fit in `room` characters with the terminator. Without the
-// symbol library the lines read "module: address()". Returns the length written.
+// symbol library the lines read "module: address() +offset". Returns the length written.
 int qdr_WriteStackText(char* out, int room);
 
 // Installs a handler for SIGSEGV, SIGBUS, SIGFPE, SIGILL and SIGABRT that writes a

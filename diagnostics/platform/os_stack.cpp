@@ -193,6 +193,11 @@ void ForEachModule(bool (*visit)(void* arg, const LoadedModule& module), void* a
         &walk);
 }
 
+uintptr_t ModuleLoadAddress(const void* address) {
+    Dl_info info;
+    return dladdr(address, &info) ? reinterpret_cast<uintptr_t>(info.dli_fbase) : 0;
+}
+
 // ---- libraries bound by name ------------------------------------------------------
 
 void* LoadLibraryByName(const char* name) {

@@ -61,6 +61,10 @@ struct LoadedModule {
 // false stops.
 void ForEachModule(bool (*visit)(void* arg, const LoadedModule& module), void* arg);
 
+// Where the object that holds `address` is loaded (dladdr's dli_fbase), so that
+// address - load address is what addr2line takes; 0 when no object holds it.
+uintptr_t ModuleLoadAddress(const void* address);
+
 // ---- libraries bound by name ------------------------------------------------------
 
 // dlopen with RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE: the symbol library keeps

@@ -128,7 +128,7 @@ TEST(StackText, WithoutTheSymbolLibraryTheWalkFailsAndTheReportStays) {
     const std::vector<std::string> lines = Lines(text);
     ASSERT_FALSE(lines.empty());
     EXPECT_EQ(0u, lines[0].rfind("diagnostics_tests: 0x", 0)) << text;
-    EXPECT_EQ("()", lines[0].substr(lines[0].size() - 2));
+    EXPECT_NE(std::string::npos, lines[0].find("() +0x")) << text;
 }
 
 namespace {
