@@ -48,6 +48,8 @@ private:
     char* path_;
     Functions* bound_;
     void* session_;  // the Dwfl
+    // The engine uses the process's shared session (see Init) rather than its own.
+    bool shared_;
 };
 
 }  // namespace win_sw

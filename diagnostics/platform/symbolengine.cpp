@@ -5,9 +5,13 @@
 #include <cxxabi.h>
 #include <elfutils/libdwfl.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <map>
+#include <set>
+#include <string>
 #include <type_traits>
 
 #include "os_stack.h"
@@ -21,11 +25,10 @@ namespace {
 constexpr int kErrorDllInitFailed = 1114;
 constexpr int kErrorFileNotFound = 2;
 
-// Written with the same value by every engine that binds it, never cleared.
 // Only the debug information inside each module is read. Separate debug files
-// (/usr/lib/debug) are left alone: decompressing libc's costs 300 ms, and every
-// report sets the engine up anew. The library's standard search would also ask a
-// debuginfod server, and a walk never goes to the network.
+// (/usr/lib/debug) are left alone: decompressing libc's costs 300 ms. The
+// library's standard search would also ask a debuginfod server, and a walk never
+// goes to the network.
 int NoSeparateDebugInfo(Dwfl_Module*, void**, const char*, Dwarf_Addr, const char*, const char*,
                         GElf_Word, char**) {
     return -1;
@@ -36,6 +39,25 @@ void CopyText(char* out, int capacity, const char* text) {
 }
 
 }  // namespace
+
+// One session for the process, kept for its life: the modules stay registered and
+// their debug information parsed between walks, so a report after the first costs
+// lookups instead of parsing every module again (30 ms a report before). Walks
+// take it in turn; one that finds it in use (another thread's report, or a walk
+// from a signal handler that interrupted one) sets up a session of its own as
+// before. A module registered once at an address stays so, also after it is
+// unloaded.
+struct SharedSession {
+    std::atomic<bool> busy{false};
+    void* library = nullptr;  // a reference of its own, never released
+    void* bound = nullptr;    // the bindings, never freed
+    void* session = nullptr;  // the Dwfl, never ended
+    std::set<std::string>* registered = nullptr;
+    // Symbol look-ups scan a module's whole symbol table; the frames of one program
+    // repeat, so their answers are kept: address -> (name, displacement).
+    std::map<uint64_t, std::pair<std::string, uint64_t>>* symbols = nullptr;
+};
+SharedSession g_shared;
 
 struct SymbolEngine::Functions {
     decltype(&dwfl_begin) begin;
@@ -56,11 +78,20 @@ struct SymbolEngine::Functions {
 };
 
 SymbolEngine::SymbolEngine(StackWalker* owner)
-    : owner_(owner), library_(nullptr), path_(nullptr), bound_(nullptr), session_(nullptr) {}
+    : owner_(owner),
+      library_(nullptr),
+      path_(nullptr),
+      bound_(nullptr),
+      session_(nullptr),
+      shared_(false) {}
 
 SymbolEngine::~SymbolEngine() {
-    if (session_) bound_->end(static_cast<Dwfl*>(session_));
-    delete bound_;
+    if (shared_) {
+        g_shared.busy.store(false, std::memory_order_release);
+    } else {
+        if (session_) bound_->end(static_cast<Dwfl*>(session_));
+        delete bound_;
+    }
     os::FreeLibraryHandle(library_);
     free(path_);
 }
@@ -69,7 +100,8 @@ bool SymbolEngine::Init(const char* searchPath) {
     if (!owner_) return false;
     // QDR_LIBDW names another build of the library (or, in tests, none at all).
     const char* name = os::GetEnv("QDR_LIBDW");
-    if (!library_) library_ = os::LoadLibraryByName(name && name[0] ? name : "libdw.so.1");
+    if (!name || !name[0]) name = "libdw.so.1";
+    if (!library_) library_ = os::LoadLibraryByName(name);
     if (!library_) return false;
 
     Functions* f = new Functions();
@@ -105,7 +137,26 @@ bool SymbolEngine::Init(const char* searchPath) {
     f->callbacks.debuginfo_path = nullptr;
 
     if (searchPath) path_ = strdup(searchPath);
-    session_ = f->begin(&f->callbacks);
+    if (!g_shared.busy.exchange(true, std::memory_order_acquire)) {
+        if (!g_shared.session) {
+            g_shared.library = os::LoadLibraryByName(name);
+            g_shared.session = f->begin(&f->callbacks);
+            if (g_shared.session) {
+                g_shared.bound = f;
+                g_shared.registered = new std::set<std::string>();
+                g_shared.symbols = new std::map<uint64_t, std::pair<std::string, uint64_t>>();
+            }
+        }
+        if (g_shared.session && g_shared.library == library_) {
+            if (bound_ != g_shared.bound) delete bound_;
+            bound_ = static_cast<Functions*>(g_shared.bound);
+            session_ = g_shared.session;
+            shared_ = true;
+        } else {
+            g_shared.busy.store(false, std::memory_order_release);
+        }
+    }
+    if (!shared_) session_ = f->begin(&f->callbacks);
     if (!session_) owner_->ReportHelperError(false, "SymInitialize()", os::GetLastError(), 0);
 
     // Lines load with the symbols, and symbols load when a module is registered.
@@ -119,15 +170,31 @@ bool SymbolEngine::Init(const char* searchPath) {
 uint32_t SymbolEngine::LoadModule(const char* image, const char* module, uint64_t bias) {
     Dwfl* session = static_cast<Dwfl*>(session_);
     if (!session) return kErrorDllInitFailed;
+    std::string key;
+    if (shared_) {
+        char at[32];
+        snprintf(at, sizeof(at), "@%llx:", static_cast<unsigned long long>(bias));
+        key = std::string(at) + (module ? module : "") + "|" + (image ? image : "");
+        if (g_shared.registered->count(key)) return 0;
+    }
     bound_->reportBeginAdd(session);
     Dwfl_Module* loaded = bound_->reportElf(session, module, image, -1, bias, true);
     bound_->reportEnd(session, nullptr, nullptr);
+    if (loaded && shared_) g_shared.registered->insert(key);
     return loaded ? 0 : kErrorFileNotFound;
 }
 
 bool SymbolEngine::SymbolFromAddr(uint64_t address, char* name, int capacity,
                                   uint64_t* displacement) {
     if (!session_) return false;
+    if (shared_) {
+        const auto known = g_shared.symbols->find(address);
+        if (known != g_shared.symbols->end()) {
+            CopyText(name, capacity, known->second.first.c_str());
+            *displacement = known->second.second;
+            return true;
+        }
+    }
     Dwfl_Module* module = bound_->addrModule(static_cast<Dwfl*>(session_), address);
     if (!module) return false;
     GElf_Off offset = 0;
@@ -137,6 +204,7 @@ bool SymbolEngine::SymbolFromAddr(uint64_t address, char* name, int capacity,
     if (!found) return false;
     CopyText(name, capacity, found);
     *displacement = offset;
+    if (shared_) (*g_shared.symbols)[address] = std::make_pair(std::string(found), offset);
     return true;
 }
 
