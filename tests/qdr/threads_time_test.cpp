@@ -73,23 +73,6 @@ TEST(Msel, SystemTimeOfValidAndInvalidValues) {
     EXPECT_EQ(1, reports.Count("(false)"));
 }
 
-TEST(Msel, LocalTimeFollowsTZ) {
-    const char* old = getenv("TZ");
-    const std::string saved = old ? old : "";
-    setenv("TZ", "Asia/Shanghai", 1);
-    tzset();
-    EXPECT_EQ(8, GetSystemTimeOfMSEL(0, true).wHour);
-    old ? setenv("TZ", saved.c_str(), 1) : unsetenv("TZ");
-    tzset();
-}
-
-TEST(Ticks, AdvanceAndTheCycleCounterRuns) {
-    uint32_t a = GetTickCount();
-    os::SleepMs(5);
-    EXPECT_TRUE(IsElapsed(GetTickCount(), a, 4u));
-    EXPECT_GT(ReadCpuCycle(), 0u);
-}
-
 // The mask pointer's test whether a pass may be due relies on both: the coarse tick
 // is never ahead of the tick, and at most its lag behind.
 TEST(Ticks, TheCoarseTickIsNeverAheadAndAtMostItsLagBehind) {
