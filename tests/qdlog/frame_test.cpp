@@ -1,5 +1,5 @@
-// The frame: the singleton's defaults, the setters' clamps and gate, the titles,
-// the log directory and the module lookups.
+// The frame: the end of the singleton, the setters' clamps, the titles, the log
+// directory and the flag's name.
 #include <gtest/gtest.h>
 
 #include <algorithm>

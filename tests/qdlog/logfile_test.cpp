@@ -1,6 +1,6 @@
 // The log file writer inside one process: the file's name, the continued old file,
-// the switch, the flush threshold as another reader sees it, whole lines, and a
-// directory that goes away and comes back. Local time is UTC+8 (TZ=CST-8).
+// the switch and whole lines. The flush threshold and a directory that cannot be
+// written are seen across processes. Local time is UTC+8 (TZ=CST-8).
 #include <gtest/gtest.h>
 
 #include <filesystem>
