@@ -1,5 +1,5 @@
-// File search: the finder, the walk's filters, the removal of overlapping starts,
-// the wide entry and the tree-wide text tools.
+// File search: the walk's filters (the finder's matching under them), the removal of
+// overlapping starts and the tree-wide text tools.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -166,26 +166,6 @@ TEST_F(FileSearch, AFalseCallbackEndsTheWalk) {
     const std::string tooLong = "/" + std::string(kMaxPathChars, 'x');
     EXPECT_TRUE(SearchFiles(tooLong.c_str(), "*", 0, Found, &seen_));  // skipped
     EXPECT_EQ(3, reports.Count("(false)"));
-}
-
-TEST_F(FileSearch, FinderMatchesAsThePlatformsFindCallDoes) {
-    FileFinder finder;
-    ASSERT_TRUE(finder.Open((dir_ / "*.txt").c_str()));  // case ignored
-    EXPECT_EQ("top.TXT", std::string(finder.GetName()));
-    EXPECT_EQ(Normal(dir_ / "top.TXT"), finder.GetFullPath());
-    EXPECT_FALSE(finder.IsDirectory());
-    EXPECT_FALSE(finder.Next());
-    std::set<std::string> names;
-    ASSERT_TRUE(finder.Open((dir_ / "a/*").c_str()));
-    do {
-        names.insert(std::string(finder.GetName()) + (finder.IsDots() ? "!" : ""));
-    } while (finder.Next());
-    EXPECT_EQ((std::set<std::string>{".!", "..!", ".hidden.txt", "b", "f1.txt", "g.log"}), names);
-    ASSERT_TRUE(finder.Open((dir_ / "a/B").c_str()));  // an exact name, found in any case
-    EXPECT_TRUE(finder.IsDirectory());
-    EXPECT_EQ("b", std::string(finder.GetName()));
-    EXPECT_FALSE(finder.Open((dir_ / "a/*.none").c_str()));
-    EXPECT_EQ(nullptr, finder.GetName());
 }
 
 TEST_F(FileSearch, ConvertTreeToCrLfAddsTheMissingCarriageReturns) {
