@@ -1,5 +1,5 @@
-// The frame: the end of the singleton, the setters' clamps, the titles, the log
-// directory and the flag's name.
+// The frame: the start and the end of the singleton, the setters' clamps, the titles,
+// the log directory and the flag's name.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -16,6 +16,12 @@
 namespace {
 
 namespace fs = std::filesystem;
+
+// CTest runs every test in a process of its own: the engine is fresh here. Its file
+// limit is not the configuration's default (0x800000).
+TEST(LogContextSingleton, StartsWithAHalfMegabyteFileLimit) {
+    EXPECT_EQ(0x80000, QDLogGetFileSizeLimit());
+}
 
 TEST(LogContextSingleton, EventsAfterTheEndAreReportedAndDropped) {
     EXPECT_EXIT(
