@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "logcontext.h"
+#include "logdir.h"
 #include "logfilelist.h"
 #include "qdfdk.h"
 #include "qdr/platform/os_files.h"
@@ -15,6 +16,7 @@ bool LogFile::Open(const char* path, const char* mode) {
     if (IsOpened() || !Adopt(os::OpenAppendingStream(path, mode), path)) return false;
     // Before any other use of the stream; the buffer lives as long as the file.
     setvbuf(fp_, streamBuffer_, _IOFBF, sizeof(streamBuffer_));
+    ShowPath(path_, shownName_, sizeof(shownName_));
     linesToFlush_ = 0;
     return true;
 }
@@ -129,7 +131,7 @@ void CheckLogFile(LogContext& log, MSEL now) {
     // Only the first opening of a run goes on with the last run's newest file.
     char name[kLogPathChars];
     const bool reuse = firstOpen && TakeNewestSmallFile(log, name);
-    if (!reuse && !ComposeLogFileName(QDLogGetDir(), now, name)) return;
+    if (!reuse && !ComposeLogFileName(LogDirectory(), now, name)) return;
     const bool exists = reuse || IsExistFile(name);
     // An existing file (the one continued, another process's of the same second, a
     // clock set back) is appended to, never cut. A failed open is tried again at

@@ -36,6 +36,9 @@ public:
     void Close() { CFile::Close(true); }
     // The path while open, else "".
     const char* Name() const { return fp_ ? path_ : ""; }
+    // The same with '/', for QDLogGetFileName: written where the path is set, under
+    // lock_, and read without it, so its pointer never dangles.
+    const char* ShownName() const { return fp_ ? shownName_ : ""; }
 
     // One line: the head, the text and CR LF, or for raw text (type 31) the text
     // alone. Only lines with a head count towards linesToFlush_.
@@ -51,6 +54,7 @@ public:
 
 private:
     char streamBuffer_[kStreamBufferBytes];
+    char shownName_[kLogPathChars] = "";
 };
 
 // The path of a log file named `name` in `dir`: the directory, a '\' unless it

@@ -60,6 +60,8 @@ protected:
     }
     // The writer's name of a file in the directory, and the same file for the system.
     std::string Named(const std::string& name) const { return dir_.Text() + "\\" + name; }
+    // As QDLogGetFileName hands it out.
+    std::string Shown(const std::string& name) const { return dir_.Text() + "/" + name; }
     std::string OnDisk(const std::string& name) const { return dir_ / name; }
     LogContext::LogFileList& List() { return GetLogContext().logFileList_; }
 
@@ -80,7 +82,7 @@ TEST_F(LogFileWriter, NamesTheFileAfterTheEventThatOpensIt) {
     // Binary CR LF lines; the raw type has no head and no line end.
     PrintAt(0, "a\r\nb", kSampleMSEL);
     PrintAt(31, "raw", kSampleMSEL);
-    EXPECT_EQ(Named("log20161118121200.log"), QDLogGetFileName());
+    EXPECT_EQ(Shown("log20161118121200.log"), QDLogGetFileName());
     CloseFile();
     EXPECT_EQ(kHead + "a\r\r\n" + kHead + "b\r\nraw", Contents(OnDisk("log20161118121200.log")));
     EXPECT_TRUE(List().listSet.empty());  // the file in use is never listed
@@ -96,7 +98,7 @@ TEST_F(LogFileWriter, TheFirstOpeningContinuesTheNewestOldFileBelowHalfTheLimit)
     EXPECT_EQ(150, List().totalLogBytes);
 
     PrintAt(0, "more", kSampleMSEL);
-    EXPECT_EQ(Named("log20161118110000.log"), QDLogGetFileName());  // its name, so its age
+    EXPECT_EQ(Shown("log20161118110000.log"), QDLogGetFileName());  // its name, so its age
     EXPECT_EQ(LogPathSet{Named("log20161118100000.log")}, List().listSet);
     EXPECT_EQ(50, List().totalLogBytes);
     CloseFile();
@@ -110,7 +112,7 @@ TEST_F(LogFileWriter, AnOldFileOfHalfTheLimitIsNotContinued) {
     Write(OnDisk("log20161118110000.log"), std::string(8192, 'h'));
     ASSERT_TRUE(SweepLogDirectory(GetLogContext()));
     PrintAt(0, "new", kSampleMSEL);
-    EXPECT_EQ(Named("log20161118121200.log"), QDLogGetFileName());
+    EXPECT_EQ(Shown("log20161118121200.log"), QDLogGetFileName());
     EXPECT_EQ(1u, List().listSet.size());
     EXPECT_EQ(8192, List().totalLogBytes);
 }
@@ -134,13 +136,13 @@ TEST_F(LogFileWriter, SwitchesAtTheFirstEventOfTheNextSecond) {
     std::string manyLines;
     for (int i = 0; i < 30; ++i) manyLines += "line " + std::to_string(i) + "\n";
     PrintAt(0, manyLines.c_str(), kSampleMSEL + 800);  // 12:12:00.923, past the limit
-    EXPECT_EQ(Named("log20161118121200.log"), QDLogGetFileName());
+    EXPECT_EQ(Shown("log20161118121200.log"), QDLogGetFileName());
     Write(OnDisk("log20161118000000.log"), "small");
     ListLogFile(List(), Named("log20161118000000.log").c_str());
     List().totalLogBytes += 5;
 
     PrintAt(0, "next", kSampleMSEL + 1000);
-    EXPECT_EQ(Named("log20161118121201.log"), QDLogGetFileName());
+    EXPECT_EQ(Shown("log20161118121201.log"), QDLogGetFileName());
     const std::string full = Contents(OnDisk("log20161118121200.log"));
     EXPECT_EQ(50, WholeLines(full));
     const std::string lastLine = kHead.substr(0, 20) + "923|信息:line 29\r\n";
@@ -196,7 +198,7 @@ TEST_F(LogFileWriter, OnlyWholeLinesReachTheSystem) {
 TEST_F(LogFileWriter, ADirectoryRemovedWhileLoggingIsTakenUpAgainWhenItIsBack) {
     LineRecorder recorder;
     PrintAt(0, "one", kSampleMSEL);
-    ASSERT_EQ(Named("log20161118121200.log"), QDLogGetFileName());
+    ASSERT_EQ(Shown("log20161118121200.log"), QDLogGetFileName());
     fs::remove_all(dir_.Path());
     PrintAt(0, "two", kSampleMSEL + 1000);  // the file is given up; no new one can be made
     EXPECT_STREQ("", QDLogGetFileName());
@@ -204,7 +206,7 @@ TEST_F(LogFileWriter, ADirectoryRemovedWhileLoggingIsTakenUpAgainWhenItIsBack) {
     PrintAt(0, "three", kSampleMSEL + 1500);  // within the second: no new attempt yet
     EXPECT_STREQ("", QDLogGetFileName());
     PrintAt(0, "four", kSampleMSEL + 2000);
-    EXPECT_EQ(Named("log20161118121202.log"), QDLogGetFileName());
+    EXPECT_EQ(Shown("log20161118121202.log"), QDLogGetFileName());
     CloseFile();
     EXPECT_EQ(kHead.substr(0, 17) + "02.123|信息:four\r\n",
               Contents(OnDisk("log20161118121202.log")));

@@ -52,10 +52,9 @@ void ShowSwitch() {
                 first.c_str(), current.c_str());
 }
 
-// The directory's files: the library writes paths with '\', the system takes '/'.
+// The directory's files; the getters hand out paths the system takes as they are.
 void ListLogFiles() {
-    std::string dir = QDLogGetDir();
-    std::replace(dir.begin(), dir.end(), '\\', '/');
+    const std::string dir = QDLogGetDir();
     std::vector<std::filesystem::directory_entry> files;
     for (const auto& entry : std::filesystem::directory_iterator(dir)) files.push_back(entry);
     std::sort(files.begin(), files.end());
