@@ -7,6 +7,8 @@
 #   make bench          build and run the benchmarks (Release)
 #   make fuzz           build the libFuzzer targets with clang, run each FUZZ_SECONDS
 #   make format         clang-format the sources
+#   make install        install the libraries, headers and tools under PREFIX
+#   make deb            Debian packages (runtime and -dev) in build-deb/
 
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
@@ -18,8 +20,10 @@ PACKAGES := build-essential cmake pkg-config libgtest-dev libgmock-dev libbenchm
 BENCH_PACKAGES := libspdlog-dev libgoogle-glog-dev libboost-log-dev
 
 FUZZ_SECONDS ?= 20
+PREFIX ?= /usr/local
 
-.PHONY: all deps build demo test test-slow test-sanitize test-asan test-tsan bench fuzz format clean
+.PHONY: all deps build demo test test-slow test-sanitize test-asan test-tsan bench fuzz format clean \
+        install
 
 all: build
 
@@ -82,6 +86,9 @@ fuzz: deps
 	      $$( [ -d "tests/fuzz/seeds/$$n" ] && echo "tests/fuzz/seeds/$$n" ) || exit 1; \
 	  fi; \
 	done
+
+install: build
+	cmake --install build --prefix $(PREFIX)
 
 format:
 	git ls-files '*.h' '*.cpp' | xargs clang-format -i
