@@ -7,13 +7,13 @@
 #   make bench          build and run the benchmarks (Release)
 #   make fuzz           build the libFuzzer targets with clang, run each FUZZ_SECONDS
 #   make format         clang-format the sources
-#   make install        install the libraries, headers and tools under PREFIX
+#   make install        install deb the libraries, headers and tools under PREFIX
 #   make deb            Debian packages (runtime and -dev) in build-deb/
 
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 PACKAGES := build-essential cmake pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
-            zlib1g-dev clang clang-format python3 tzdata binutils
+            zlib1g-dev clang clang-format python3 tzdata binutils file dpkg-dev
 
 # Only `make bench` needs these: the loggers that bench/compare_loggers runs side by
 # side with ours. `make test` and CI do without them.
@@ -23,7 +23,7 @@ FUZZ_SECONDS ?= 20
 PREFIX ?= /usr/local
 
 .PHONY: all deps build demo test test-slow test-sanitize test-asan test-tsan bench fuzz format clean \
-        install
+        install deb
 
 all: build
 
@@ -90,8 +90,15 @@ fuzz: deps
 install: build
 	cmake --install build --prefix $(PREFIX)
 
+# Release build of the installed products only, then CPack.
+deb: deps
+	cmake -S . -B build-deb -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr \
+	  -DQD_BENCH=OFF -DBUILD_TESTING=OFF $(CMAKE_FLAGS)
+	cmake --build build-deb -j$(JOBS)
+	cd build-deb && cpack -G DEB
+
 format:
 	git ls-files '*.h' '*.cpp' | xargs clang-format -i
 
 clean:
-	rm -rf build build-asan build-tsan build-bench build-fuzz
+	rm -rf build build-asan build-tsan build-bench build-fuzz build-deb

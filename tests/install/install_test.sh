@@ -1,18 +1,22 @@
 #!/usr/bin/env bash
 # Installs the build into a temporary prefix, builds the two examples against it
 # (C++ with find_package, C with pkg-config), runs them and finds their lines in
-# their log files. Usage: install_test.sh BUILD_DIR SOURCE_DIR
+# their log files. Usage: install_test.sh BUILD_DIR SOURCE_DIR; a BUILD_DIR of "-"
+# takes what the Debian packages installed under /usr instead.
 set -euo pipefail
-build=$(cd "$1" && pwd) src=$(cd "$2" && pwd)
+src=$(cd "$2" && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-prefix=$work/prefix
-
-cmake --install "$build" --prefix "$prefix" >/dev/null
+if [ "$1" = - ]; then
+  prefix=/usr
+else
+  prefix=$work/prefix
+  cmake --install "$1" --prefix "$prefix" >/dev/null
+fi
 # Only what applications need: the header, no sources of the engine.
 test -f "$prefix/include/qdlog/qdlog.h"
 test ! -e "$prefix/include/qdlog/logcontext.h"
-libdir=$(dirname "$(find "$prefix" -name 'libqdlog_9d.so.*.*' | head -1)")
+libdir=$(dirname "$(find "$prefix/lib" -name 'libqdlog_9d.so.*.*' | head -1)")
 readelf -d "$libdir/libqdlog_9d.so" | grep -q 'SONAME.*libqdlog_9d\.so\.[0-9]'
 
 cmake -S "$src/examples/cpp-cmake" -B "$work/cpp" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
