@@ -13,7 +13,7 @@
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 PACKAGES := build-essential cmake pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
-            zlib1g-dev clang clang-format python3 tzdata binutils file dpkg-dev
+            zlib1g-dev clang clang-format python3 tzdata binutils file dpkg-dev rsyslog
 
 # Only `make bench` needs these: the loggers that bench/compare_loggers runs side by
 # side with ours. `make test` and CI do without them.
