@@ -15,6 +15,9 @@ CMAKE_FLAGS ?=
 PACKAGES := build-essential cmake pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
             zlib1g-dev clang clang-format python3 tzdata binutils file dpkg-dev rsyslog
 
+# `make demo` builds the library and the demo only, with these.
+DEMO_PACKAGES := build-essential cmake zlib1g-dev
+
 # Only `make bench` needs these: the loggers that bench/compare_loggers runs side by
 # side with ours. `make test` and CI do without them.
 BENCH_PACKAGES := libspdlog-dev libgoogle-glog-dev libboost-log-dev
@@ -31,11 +34,16 @@ deps:
 	@tools/install-deps.sh $(PACKAGES)
 
 build: deps
-	cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo $(CMAKE_FLAGS)
+	cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBUILD_TESTING=ON -DQD_BENCH=ON $(CMAKE_FLAGS)
 	cmake --build build -j$(JOBS)
 
-# Several threads logging every kind of event; it says where its output went.
-demo: build
+# Several threads logging every kind of event; it says where its output went. Only
+# the library and the demo are built, so the test and benchmark packages are not
+# needed.
+demo:
+	@tools/install-deps.sh $(DEMO_PACKAGES)
+	cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBUILD_TESTING=OFF -DQD_BENCH=OFF $(CMAKE_FLAGS)
+	cmake --build build -j$(JOBS) --target qdlog_demo
 	cd build/tools/demo && ./qdlog_demo
 
 test: build
