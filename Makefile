@@ -97,6 +97,7 @@ fuzz: deps
 
 install: build
 	cmake --install build --prefix $(PREFIX)
+	@if [ "$$(id -u)" = 0 ]; then ldconfig; fi
 
 # Release build of the installed products only, then CPack.
 deb: deps
