@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
 #include <random>
 #include <string>
 #include <vector>
@@ -72,19 +71,6 @@ TEST(LineSplitter, RandomBytesGiveTheSameLinesWhateverTheReads) {
     input.insert(1000, std::string(200000, 'y'));
     const Lines whole = Split(input, input.size());
     for (size_t chunk : {1u, 3u, 65535u, 65537u}) EXPECT_EQ(whole, Split(input, chunk)) << chunk;
-}
-
-TEST(Utf8, ValidityFollowsTheEncodingRules) {
-    const struct {
-        const char* bytes;
-        bool valid;
-    } cases[] = {
-        {"plain", true},     {"\xE4\xB8\xAD", true},  {"\xF0\x9F\x98\x80", true},
-        {"\xC0\x80", false}, {"\xED\xA0\x80", false}, {"\xF4\x90\x80\x80", false},
-        {"\xE4\xB8", false}, {"\x80", false},         {"\xE4x\xAD", false},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(c.valid, IsValidUtf8(c.bytes, strlen(c.bytes))) << c.bytes;
 }
 
 }  // namespace

@@ -25,7 +25,7 @@ void Say(const std::string& text) {
 // and where tee copies it.
 struct Stream {
     int fd;
-    int teeFd;
+    FILE* tee;
     LineSplitter lines;
 };
 
@@ -81,7 +81,10 @@ bool Drain(Stream* streams, int count, bool tee) {
             const long n = pipeos::ReadSome(s.fd, buffer, sizeof(buffer));
             if (n > 0) {
                 s.lines.Feed(buffer, static_cast<size_t>(n));
-                if (tee) pipeos::WriteAll(s.teeFd, buffer, static_cast<size_t>(n));
+                if (tee) {
+                    fwrite(buffer, 1, static_cast<size_t>(n), s.tee);
+                    fflush(s.tee);
+                }
                 continue;
             }
             if (n < 0) Say("reading failed; what was read is logged");
@@ -108,8 +111,8 @@ int main(int argc, char** argv) {
     }
     if (!Configure(options)) return kBadUsage;
 
-    Stream streams[2] = {{0, 1, LineSplitter(LogAs(QDLOG_TYPE_INFO, QDLOG_MASK_INFO))},
-                         {-1, 2, LineSplitter(LogAs(QDLOG_TYPE_ERROR, QDLOG_MASK_ERROR))}};
+    Stream streams[2] = {{0, stdout, LineSplitter(LogAs(QDLOG_TYPE_INFO, QDLOG_MASK_INFO))},
+                         {-1, stderr, LineSplitter(LogAs(QDLOG_TYPE_ERROR, QDLOG_MASK_ERROR))}};
     int count = 1;
     int pid = 0;
     if (!options.command.empty()) {

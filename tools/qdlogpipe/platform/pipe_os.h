@@ -1,6 +1,6 @@
 // What qdlogpipe needs of the system: a child with its standard output and error
 // on pipes, waiting on several descriptors, signals handed on to the child, and
-// plain reads and writes.
+// plain reads.
 #pragma once
 
 #include <cstddef>
@@ -25,8 +25,6 @@ bool WaitReadable(const int* fds, bool* ready, int count);
 // Up to `capacity` bytes: their number, 0 at the end, -1 on an error (a signal
 // is tried again).
 long ReadSome(int fd, char* buffer, size_t capacity);
-// The whole buffer; false when the descriptor refuses it.
-bool WriteAll(int fd, const char* data, size_t length);
 void CloseFd(int fd);
 
 // The child's end as a shell reports it: its exit status, or 128 + the signal
