@@ -7,7 +7,7 @@
 #   make bench          build and run the benchmarks (Release)
 #   make fuzz           build the libFuzzer targets with clang, run each FUZZ_SECONDS
 #   make format         clang-format the sources
-#   make install        install deb the libraries, headers and tools under PREFIX
+#   make install        install the libraries, headers and tools under PREFIX
 #   make deb            Debian packages (runtime and -dev) in build-deb/
 
 JOBS ?= $(shell nproc)
