@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -62,15 +61,6 @@ TEST(LineSplitter, ALongLineComesInPiecesThatNeverTearACharacter) {
         joined += p;
     }
     EXPECT_EQ(chinese, joined);
-}
-
-TEST(LineSplitter, RandomBytesGiveTheSameLinesWhateverTheReads) {
-    std::mt19937 random(21);
-    std::string input(300000, 0);
-    for (char& c : input) c = static_cast<char>(random() % 4 == 0 ? '\n' : random() % 256);
-    input.insert(1000, std::string(200000, 'y'));
-    const Lines whole = Split(input, input.size());
-    for (size_t chunk : {1u, 3u, 65535u, 65537u}) EXPECT_EQ(whole, Split(input, chunk)) << chunk;
 }
 
 }  // namespace
