@@ -31,4 +31,3 @@ file=$(LD_LIBRARY_PATH="$libdir" "$work/c/hello_c" "$work/logs-c")
 grep -q "hello from C, 2 lines" "$file"
 grep -q "a warning from C" "$file"
 case "$file" in "$work/logs-c/log"*.log) ;; *) echo "unexpected path $file" >&2; exit 1 ;; esac
-echo "installed, built and logged: $file"
