@@ -27,6 +27,22 @@ bool IsWritableDir(const char* dir) {
            !(attributes & os::kFileAttributeReadOnly);
 }
 
+// The system's program directories, which hold no logs even where root may write:
+//   "\usr\bin\" -> true, "\opt\app\bin\" -> false
+bool IsSystemProgramDir(const char* dir) {
+    static const char* const kProgramDirs[] = {
+        "/bin",           "/sbin",           "/usr/bin",     "/usr/sbin",
+        "/usr/local/bin", "/usr/local/sbin", "/usr/libexec", "/usr/games",
+    };
+    char shown[kLogPathChars];
+    ShowPath(dir, shown, sizeof(shown));
+    size_t length = strlen(shown);
+    while (length > 1 && shown[length - 1] == '/') shown[--length] = 0;
+    for (const char* programDir : kProgramDirs)
+        if (!strcmp(shown, programDir)) return true;
+    return false;
+}
+
 // Where an installed program logs when it cannot write beside itself:
 //   root:   /var/log/<program>
 //   others: $XDG_STATE_HOME/<program>/logs, or ~/.local/state/<program>/logs
@@ -58,21 +74,20 @@ void SayOnce(const char* exeDir, const char* fallback) {
     ShowPath(fallback, fallbackShown, sizeof(fallbackShown));
     const int n =
         fallback[0]
-            ? snprintf(text, sizeof(text), "qdlog: cannot write in %s; log files go to %s\n",
-                       exeShown, fallbackShown)
+            ? snprintf(text, sizeof(text), "qdlog: no log files in %s; they go to %s\n", exeShown,
+                       fallbackShown)
             : snprintf(text, sizeof(text),
-                       "qdlog: cannot write in %s, nor make a state directory; no log files\n",
-                       exeShown);
+                       "qdlog: no log files in %s, and no state directory for them\n", exeShown);
     if (n > 0) os::WriteStderr(text, std::min(static_cast<size_t>(n), sizeof(text) - 1));
 }
 
 // The default log directory: beside the executable, unless the process cannot write
-// there (a program in /usr/bin); then the per-user state directory, said once on
-// standard error.
+// there or it is a system program directory (a program in /usr/bin); then the
+// state directory, said once on standard error.
 void ComposeDefaultLogDir(char* dir) {
     const char* exeDir = GetExeDirA_();
     snprintf(dir, kLogPathChars, "%s", exeDir);
-    if (IsWritableDir(exeDir)) return;
+    if (IsWritableDir(exeDir) && !IsSystemProgramDir(exeDir)) return;
     char fallback[kLogPathChars];
     if (ComposeStateLogDir(fallback) && CreateDirTree(fallback)) {
         snprintf(dir, kLogPathChars, "%s", fallback);

@@ -38,7 +38,7 @@ TEST(DefaultLogDirectory, IsTheStateDirectoryWhereTheProgramCannotWriteAndAChoic
         EXPECT_EQ(1, QDLogSetDir((state / "chosen").c_str()));
         EXPECT_EQ(state / "chosen", QDLogGetDir());
     }
-    EXPECT_EQ("qdlog: cannot write in " + exeDir + "; log files go to " + fallback + "\n",
+    EXPECT_EQ("qdlog: no log files in " + exeDir + "; they go to " + fallback + "\n",
               testing::internal::GetCapturedStderr());  // once
     EXPECT_EQ(1, QDLogSetDir(""));
     EXPECT_EQ(exeDir, QDLogGetDir());
