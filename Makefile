@@ -7,20 +7,27 @@
 #   make bench          build and run the benchmarks (Release)
 #   make fuzz           build the libFuzzer targets with clang, run each FUZZ_SECONDS
 #   make format         clang-format the sources
+#   make install        install the libraries, headers and tools under PREFIX
+#   make deb            Debian packages (runtime and -dev) in build-deb/
 
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 PACKAGES := build-essential cmake pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
             zlib1g-dev libssl-dev clang clang-format python3 tzdata binutils libdw-dev \
-            libunwind-dev
+            libunwind-dev file dpkg-dev rsyslog
+
+# `make demo` builds the library and the demo only, with these.
+DEMO_PACKAGES := build-essential cmake zlib1g-dev libdw-dev libunwind-dev
 
 # Only `make bench` needs these: the loggers that bench/compare_loggers runs side by
 # side with ours. `make test` and CI do without them.
 BENCH_PACKAGES := libspdlog-dev libgoogle-glog-dev libboost-log-dev
 
 FUZZ_SECONDS ?= 20
+PREFIX ?= /usr/local
 
-.PHONY: all deps build demo test test-slow test-sanitize test-asan test-tsan bench fuzz format clean
+.PHONY: all deps build demo test test-slow test-sanitize test-asan test-tsan bench fuzz format clean \
+        install deb
 
 all: build
 
@@ -28,11 +35,16 @@ deps:
 	@tools/install-deps.sh $(PACKAGES)
 
 build: deps
-	cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo $(CMAKE_FLAGS)
+	cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBUILD_TESTING=ON -DQD_BENCH=ON $(CMAKE_FLAGS)
 	cmake --build build -j$(JOBS)
 
-# Several threads logging every kind of event; it says where its output went.
-demo: build
+# Several threads logging every kind of event; it says where its output went. Only
+# the library and the demo are built, so the test and benchmark packages are not
+# needed.
+demo:
+	@tools/install-deps.sh $(DEMO_PACKAGES)
+	cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBUILD_TESTING=OFF -DQD_BENCH=OFF $(CMAKE_FLAGS)
+	cmake --build build -j$(JOBS) --target qdlog_demo
 	cd build/tools/demo && ./qdlog_demo
 
 test: build
@@ -87,8 +99,19 @@ fuzz: deps
 	  fi; \
 	done
 
+install: build
+	cmake --install build --prefix $(PREFIX)
+	@if [ "$$(id -u)" = 0 ]; then ldconfig; fi
+
+# Release build of the installed products only, then CPack.
+deb: deps
+	cmake -S . -B build-deb -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr \
+	  -DQD_BENCH=OFF -DBUILD_TESTING=OFF $(CMAKE_FLAGS)
+	cmake --build build-deb -j$(JOBS)
+	cd build-deb && cpack -G DEB
+
 format:
 	git ls-files '*.h' '*.cpp' | xargs clang-format -i
 
 clean:
-	rm -rf build build-asan build-tsan build-bench build-fuzz
+	rm -rf build build-asan build-tsan build-bench build-fuzz build-deb

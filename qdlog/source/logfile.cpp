@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "logcontext.h"
+#include "logdir.h"
 #include "qdfdk.h"
 #include "qdr/platform/os_files.h"
 #include "qdtime.h"
@@ -14,6 +15,7 @@ bool LogFile::Open(const char* path, const char* mode) {
     if (!Adopt(os::OpenAppendingStream(path, mode), path)) return false;
     // Lines that the last file could not take (a full disk, a size limit) go first.
     tornTail_ = false;
+    ShowPath(path_, shownName_, sizeof(shownName_));
     linesToFlush_ = 0;
     return true;
 }
@@ -173,7 +175,7 @@ void CheckLogFile(LogContext& log, MSEL now) {
     // Only the first opening of a run goes on with the last run's newest file.
     char name[kLogPathChars];
     const bool reuse = firstOpen && TakeNewestSmallFile(log, name);
-    if (!reuse && !ComposeLogFileName(QDLogGetDir(), now, name)) return;
+    if (!reuse && !ComposeLogFileName(LogDirectory(), now, name)) return;
     const bool exists = reuse || IsExistFile(name);
     // An existing file (the one continued, another process's of the same second, a
     // clock set back) is appended to, never cut. A failed open is tried again at

@@ -40,6 +40,9 @@ public:
     void Close();
     // The path while open, else "".
     const char* Name() const { return fp_ ? path_ : ""; }
+    // The same with '/', for QDLogGetFileName: written where the path is set, under
+    // lock_, and read without it, so its pointer never dangles.
+    const char* ShownName() const { return fp_ ? shownName_ : ""; }
 
     // One line: the head, the text and CR LF, or for raw text (type 31) the text
     // alone. Only lines with a head count towards linesToFlush_. A line that finds
@@ -68,6 +71,7 @@ private:
     // A line that could be neither written whole nor taken back ends the file: the
     // next write starts on a fresh line.
     bool tornTail_ = false;
+    char shownName_[kLogPathChars] = "";
 };
 
 // The path of a log file named `name` in `dir`: the directory, a '\' unless it

@@ -4,6 +4,7 @@
 
 #include "cpp_templ0.h"
 #include "filesearch.h"
+#include "logdir.h"
 #include "qdfdk.h"
 #include "qdr/platform/os_files.h"
 #include "qdtime.h"
@@ -42,7 +43,7 @@ bool ScanLogFile(void* param, bool isDirectory, const char* path) {
     LogContext& log = *static_cast<LogContext*>(param);
     QDR_CHECK(!log.logFileList_.exitFlag);
     LogLock lock(log);
-    ListFoundLogFile(log, QDLogGetDir(), path);
+    ListFoundLogFile(log, LogDirectory(), path);
     if (log.logFileList_.listSet.size() < static_cast<size_t>(kFirstSweepFiles)) return true;
     QDR_CHECK_OR_RETURN(((OSThread)0) == log.logFileList_.initThread, false);
     QDR_CHECK(OSCreateThread(&log.logFileList_.initThread, &log.logFileList_.initThreadID, LogContext::LogFileList::InitWoker, 0, 0 ));
@@ -55,7 +56,7 @@ bool InitWokerFile(void* count, bool isDirectory, const char* path) {
     LogContext& log = GetLogContext();
     if (log.logFileList_.exitFlag) return false;
     if (!IsLogFile(isDirectory, path)) return true;
-    ListFoundLogFile(log, QDLogGetDir(), path);
+    ListFoundLogFile(log, LogDirectory(), path);
     int& accepted = *static_cast<int*>(count);
     if (++accepted % kWorkerPauseFiles == 0) os::SleepMs(1);
     return true;
@@ -97,13 +98,13 @@ bool IsRuleDue(LogContext& log, bool switchedOn, uint32_t tick, uint32_t lastTic
 
 unsigned LogContext::LogFileList::InitWoker(void* /*param*/) {
     int count = 0;
-    SearchFilesEx(QDLogGetDir(), "*.log", false, InitWokerFile, &count);
+    SearchFilesEx(LogDirectory(), "*.log", false, InitWokerFile, &count);
     GetLogContext().logFileList_.initFinished = 1;
     return 0;
 }
 
 bool SweepLogDirectory(LogContext& log) {
-    return SearchFilesEx(QDLogGetDir(), "*.log", false, ScanLogFile, &log);
+    return SearchFilesEx(LogDirectory(), "*.log", false, ScanLogFile, &log);
 }
 
 int CleanByAge(LogContext& log, MSEL now, uint32_t tick) {
@@ -153,7 +154,7 @@ int CleanByReserve(LogContext& log, int disk_reserve_MBytes, uint32_t tick) {
     switch (log.reserveIsMemory_) {
         case 0:
             // A failed query gives 0: the whole reserve counts as missing.
-            freeBytes = static_cast<int64_t>(GetDiskSpace(QDLogGetDir()));
+            freeBytes = static_cast<int64_t>(GetDiskSpace(LogDirectory()));
             break;
         case 1:
             freeBytes = static_cast<int64_t>(os::AvailablePhysicalMemory());

@@ -75,11 +75,11 @@ int QDLogSetDir(const char* dir) {
 }
 
 const char* QDLogGetDir(void) {
-    return LogDirectory();
+    return ShownLogDirectory();
 }
 
 const char* QDLogGetFileName(void) {
-    return GetLogContext().logFile_.Name();
+    return GetLogContext().logFile_.ShownName();
 }
 
 void QDLogFlushFile(void) {

@@ -126,6 +126,8 @@ int ModulePathOf(const void* address, char* buffer, int capacity);
 void JoinedArguments(char* buffer, int capacity);
 // getenv; null when unset.
 const char* GetEnv(const char* name);
+// Whether the process acts as root (its effective user).
+bool IsRootUser();
 
 // The thread's last-error value, which is errno here.
 int GetLastError();

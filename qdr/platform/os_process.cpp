@@ -102,6 +102,10 @@ const char* GetEnv(const char* name) {
     return getenv(name);
 }
 
+bool IsRootUser() {
+    return geteuid() == 0;
+}
+
 int GetLastError() {
     return errno;
 }

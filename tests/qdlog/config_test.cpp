@@ -112,11 +112,11 @@ TEST_F(Config, DirCountsOnTheFirstPassOnly) {
     Pass();
     // Based on the executable's directory, in the path routines' normal form.
     const std::string dir = ComposeFileName(GetExeDirA_(), name.c_str());
-    EXPECT_EQ(dir, QDLogGetDir());
+    EXPECT_EQ(dir, LogDirectory());
     EXPECT_TRUE(fs::is_directory(made));
     WriteIni("[params]\ndir=" + name + "-later\n");
     Pass();
-    EXPECT_EQ(dir, QDLogGetDir());
+    EXPECT_EQ(dir, LogDirectory());
     EXPECT_FALSE(fs::exists(made + "-later"));
     fs::remove_all(made);
 }

@@ -187,7 +187,7 @@ TEST_F(Retention, NoRuleDeletesTheOpenFile) {
     QDLogToFile(1);
     PrintAt(0, "first", kNow);  // continues log20161102000000.log
     const std::string open = Listed("log20161102000000.log");
-    ASSERT_EQ(open, QDLogGetFileName());
+    ASSERT_EQ(dir_ / "log20161102000000.log", QDLogGetFileName());
     for (const auto& rule : {std::make_pair(3, 0), std::make_pair(0, 1)}) {
         LogContext& log = GetLogContext();
         log.logFileList_.List(open.c_str());  // as the worker would

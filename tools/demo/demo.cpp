@@ -8,6 +8,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <thread>
@@ -52,16 +53,41 @@ void ShowSwitch() {
                 first.c_str(), current.c_str());
 }
 
-// The directory's files: the library writes paths with '\', the system takes '/'.
+// The directory's files; the getters hand out paths the system takes as they are.
 void ListLogFiles() {
-    std::string dir = QDLogGetDir();
-    std::replace(dir.begin(), dir.end(), '\\', '/');
+    const std::string dir = QDLogGetDir();
     std::vector<std::filesystem::directory_entry> files;
     for (const auto& entry : std::filesystem::directory_iterator(dir)) files.push_back(entry);
     std::sort(files.begin(), files.end());
     for (const auto& file : files)
         std::printf("           %s  %ju bytes\n", file.path().filename().c_str(),
                     static_cast<uintmax_t>(file.file_size()));
+}
+
+// Where the debugger channel's lines went: only QDLOG_DEBUG_OUTPUT or an attached
+// debugger shows them.
+std::string DebuggerOutput() {
+    if (!QDLogIsOutputDebuger()) return "off";
+    const char* choice = std::getenv("QDLOG_DEBUG_OUTPUT");
+    const std::string where = choice ? choice : "";
+    if (where == "stderr") return "on, to standard error (QDLOG_DEBUG_OUTPUT=stderr)";
+    if (where == "syslog") return "on, to syslog (QDLOG_DEBUG_OUTPUT=syslog)";
+    return "shown nowhere unless a debugger is attached; QDLOG_DEBUG_OUTPUT=stderr or =syslog "
+           "shows it";
+}
+
+// The file that overrules the program's settings: the one QDLOG_INI names, else
+// qdlog.ini beside the program.
+std::string ConfigFile() {
+    const char* named = std::getenv("QDLOG_INI");
+    std::string path = named && named[0] ? named : "";
+    if (path.empty())
+        path =
+            (std::filesystem::read_symlink("/proc/self/exe").parent_path() / "qdlog.ini").string();
+    const bool rules = !QDLogCanConfig();
+    return path + (rules                           ? " (read: it overrules the program's settings)"
+                   : std::filesystem::exists(path) ? " (present)"
+                                                   : " (absent: the program's settings stand)");
 }
 
 }  // namespace
@@ -91,8 +117,8 @@ int main() {
     std::printf("file:      %s\n", QDLogGetFileName());
     std::printf("directory: %s\n", QDLogGetDir());
     ListLogFiles();
-    std::printf("debugger:  QDLOG_DEBUG_OUTPUT=stderr or =syslog shows it (here: %s)\n",
-                QDLogIsOutputDebuger() ? "on" : "off");
+    std::printf("debugger:  %s\n", DebuggerOutput().c_str());
+    std::printf("settings:  %s\n", ConfigFile().c_str());
     std::printf("callback:  counted %d lines\n", g_callbackLines.load());
     std::printf("build tag: %s\n", GetModuleTagInfo());
     QDLogRemoveCallback(&g_callbackLines);
