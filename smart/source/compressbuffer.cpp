@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "mappingfile.h"
 #include "qdr/qdassert.h"
 #include "smlib.h"
 
@@ -126,7 +127,11 @@ std::string& BinaryToSourceText(std::string& out, const void* data, int len, int
 std::string& FileToSourceText(std::string& out, const char* path, int indent, char indentChar) {
     out.clear();
     QDR_CHECK_OR_RETURN(path, out);
-    Binary bytes;
-    if (!ReadFileToBinary(path, bytes) || bytes.Size() == 0) return out;
-    return BinaryToSourceText(out, bytes.Data(), bytes.Size(), indent, indentChar);
+    // The file is mapped, not read; a file cut short by another process since it
+    // was opened gives empty text instead of touching a view past its end.
+    MappingFile map;
+    if (!map.Open(path, false, 0, 0, true, nullptr, false) || map.GetFileSize() == 0) return out;
+    if (map.GetCurrentFileSize() < static_cast<int64_t>(map.GetMappedSize())) return out;
+    return BinaryToSourceText(out, static_cast<const unsigned char*>(map.GetAddress()),
+                              static_cast<int>(map.GetMappedSize()), indent, indentChar);
 }
