@@ -26,14 +26,12 @@ inline uint32_t OSAtomicExchange(uint32_t* target, uint32_t value) {
 // Exchanges 1 in until the previous value was 0, sleeping `milliseconds` between
 // tries (0 yields). Not recursive: a second acquire by the holder waits for ever.
 inline void OSSpinLockAcquire(OSSpinLock* lock, unsigned milliseconds) {
-    QDR_CHECK(lock);
-    if (!lock) return;
+    QDR_CHECK_OR_RETURN(lock);
     while (OSAtomicExchange(lock, 1) != 0) os::SleepMs(milliseconds);
 }
 
 inline void OSSpinLockRelease(OSSpinLock* lock) {
-    QDR_CHECK(lock);
-    if (!lock) return;
+    QDR_CHECK_OR_RETURN(lock);
     __atomic_store_n(lock, 0u, __ATOMIC_RELEASE);
 }
 

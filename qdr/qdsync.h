@@ -37,8 +37,7 @@ inline bool OSMutexIsValid(const OSMutex* mutex) {
 }
 
 inline void OSMutexInit(OSMutex* mutex, unsigned spinCount) {
-    QDR_CHECK(mutex);
-    if (!mutex) return;
+    QDR_CHECK_OR_RETURN(mutex);
     OSInitCriticalSection(&mutex->cs, spinCount);
     mutex->lockedCount = 0;
     mutex->lockedThreadID = 0;

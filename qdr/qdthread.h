@@ -36,8 +36,7 @@ inline unsigned OSThreadEntry(void* p) {
 
 inline int OSCreateThreadRaw(OSThread* thread, OSThreadID* id, OSThreadRoutine routine, void* arg,
                              int stackBytes) {
-    QDR_CHECK(thread);
-    if (!thread) return 0;
+    QDR_CHECK_OR_RETURN(thread, 0);
     // Below 1 the library's own default, never the process default.
     if (stackBytes < 1) stackBytes = kOSDefaultThreadStack;
     OSThread handle = 0;

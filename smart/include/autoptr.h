@@ -16,9 +16,7 @@ public:
         this->len_ = 0;
         QDR_CHECK(len >= 0);
         // The report shows this expression as written.
-        // clang-format off
         QDR_CHECK(len <= 1024*1024*512/((const int)sizeof(TYPE)));
-        // clang-format on
         if (len < 0 || len > QD_MAX_BLOCK_ITEMS(TYPE)) return;
         if (len == 1) {
             this->p_ = new TYPE;

@@ -44,8 +44,7 @@ public:
     // fopen's modes. Opening an open CFile is reported and refused, so the stream
     // it holds is not lost.
     bool Open(const char* path, const char* mode) {
-        QDR_CHECK(!IsOpened());
-        if (IsOpened()) return false;
+        QDR_CHECK_OR_RETURN(!IsOpened(), false);
         return Adopt(os::OpenFile(path, mode), path);
     }
     bool Open(const char16_t* path, const char16_t* mode) {
@@ -100,8 +99,7 @@ public:
         (void)security;
         (void)flags;
         (void)templateFile;
-        QDR_CHECK(!IsOpened());
-        if (IsOpened()) return false;
+        QDR_CHECK_OR_RETURN(!IsOpened(), false);
         h_ = os::OpenFileHandle(filename, access, disposition);
         return IsOpened();
     }

@@ -46,9 +46,7 @@ public:
                                         : TextFormat<CHAR>::Print(
                                               buffer, static_cast<size_t>(fmt_len) + 1, fmt, args);
         // The report shows this expression as written.
-        // clang-format off
         QDR_CHECK(0<=new_len && new_len<=fmt_len);
-        // clang-format on
         if (0 <= new_len && new_len <= fmt_len)
             this->assign(buffer, static_cast<size_t>(new_len));
         else

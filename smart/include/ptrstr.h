@@ -98,9 +98,7 @@ public:
     // An index outside the slice is reported and reads 0.
     CHAR operator[](int32_t i) const {
         // The report shows this expression as written.
-        // clang-format off
         QDR_CHECK(ValidCheck() && 0<=i && i<this->len);
-        // clang-format on
         if (!p || i < 0 || i >= len) return 0;
         return p[i];
     }

@@ -72,10 +72,8 @@ public:
         if (m_initialized) {
             if (m_stackChunk) {
                 // The report shows these expressions as written.
-                // clang-format off
                 QDR_CHECK(m_free && m_free->chunk==m_stackChunk);
                 QDR_CHECK(m_stackChunk->freeNodes == stackNodes);
-                // clang-format on
             } else {
                 QDR_CHECK(0 == m_free);
             }
@@ -116,8 +114,7 @@ public:
     // trusted: a block from elsewhere cannot be detected.
     void Deallocate(void* block) {
         if (!m_initialized) Initialize();
-        QDR_CHECK(block);
-        if (!block) return;
+        QDR_CHECK_OR_RETURN(block);
         Node* node = reinterpret_cast<Node*>(static_cast<unsigned char*>(block) - sizeof(Node));
         PushFree(node);
         Chunk* chunk = node->chunk;
@@ -175,9 +172,7 @@ private:
     }
 
     void Initialize() {
-        // clang-format off
         QDR_CHECK(!m_initialized);
-        // clang-format on
         if (m_stackChunk) {
             m_stackChunk->prev = nullptr;
             m_stackChunk->next = nullptr;

@@ -70,9 +70,7 @@ public:
             return strcmp(left, right);
         }
         QDR_CHECK(left_len >= 0 && right_len >= 0);
-        // clang-format off
         QDR_CHECK((0==left_len || left) && (0==right_len || right));
-        // clang-format on
         left_len = SaneLength(left, left_len);
         right_len = SaneLength(right, right_len);
         if (left == right && left_len == right_len) return 0;
@@ -101,9 +99,7 @@ public:
         } else {
             if (key_len < 0 && key) key_len = TextLength(key);
             QDR_CHECK(key_len >= 0);
-            // clang-format off
             QDR_CHECK(0==key_len || key);
-            // clang-format on
         }
         if (!key && key_len != 0) {
             if (pos) *pos = 0;

@@ -76,9 +76,7 @@ public:
         }
         Drop(p_);
         p_ = mine;
-        // clang-format off
         QDR_CHECK(p_ && 1==p_->refCnt_);
-        // clang-format on
         return &p_->value_;
     }
 
@@ -113,11 +111,7 @@ protected:
     Entity* p_;
 
 private:
-    void CheckInvariant() const {
-        // clang-format off
-        QDR_CHECK(p_ && p_->refCnt_>=1);
-        // clang-format on
-    }
+    void CheckInvariant() const { QDR_CHECK(p_ && p_->refCnt_>=1); }
 
     // A T takes this holder's allocator words where it can, so that a holder with
     // its own source gets its blocks from there too.

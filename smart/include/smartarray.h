@@ -69,9 +69,7 @@ public:
         return this->p_;
     }
     TYPE* end() const {
-        // clang-format off
         QDR_CHECK(begin()+items_ == end_);
-        // clang-format on
         return end_;
     }
     int32_t size() const { return items_; }
@@ -256,8 +254,7 @@ public:
             if (srcEnd > live) return false;
             self_index = static_cast<int32_t>(objs - this->p_);
         } else {
-            QDR_CHECK(srcEnd <= block || src >= room);
-            if (!(srcEnd <= block || src >= room)) return false;
+            QDR_CHECK_OR_RETURN(srcEnd <= block || src >= room, false);
         }
 
         if (items_ + count > this->len_) {
@@ -323,8 +320,7 @@ public:
         }
         const bool apart =
             e <= reinterpret_cast<uintptr_t>(p) || b >= reinterpret_cast<uintptr_t>(p + this->len_);
-        QDR_CHECK(apart);
-        if (!apart) return;
+        QDR_CHECK_OR_RETURN(apart);
         if (count > items_) {
             if (count > this->len_) SetMaxLength(count);
             if (this->len_ < count) return;
@@ -333,9 +329,7 @@ public:
             for (int32_t i = 0; i < items_; ++i) *q++ = *from++;
             for (; from < itE; ++q, ++from) new (q) TYPE(*from);
             // The report shows this expression as written.
-            // clang-format off
             QDR_CHECK((q - this->p_) == count);
-            // clang-format on
             SetItems(count);
         } else {
             if (count < items_) {

@@ -141,9 +141,7 @@ protected:
             this->p_ = StackItems();
         } else {
             // The report shows this expression as written.
-            // clang-format off
             QDR_CHECK(len <= 1024*1024*512/((const int)sizeof(TYPE)));
-            // clang-format on
             if (len <= QD_MAX_BLOCK_ITEMS(TYPE))
                 heap_ = static_cast<TYPE*>(alloc_.malloc(static_cast<size_t>(len) * sizeof(TYPE)));
             this->p_ = heap_;

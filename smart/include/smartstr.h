@@ -121,9 +121,7 @@ private:
         char* out = Reserve(len_);
         const int tl = os::Utf16ToUtf8(text, len, out, len_);
         // The report shows this expression as written.
-        // clang-format off
         QDR_CHECK(len_ == tl);
-        // clang-format on
         out[len_] = 0;
     }
 

@@ -44,29 +44,21 @@ public:
     struct iterator {
         CHAR operator*() const {
             // The report shows these expressions as written.
-            // clang-format off
             QDR_CHECK(owner_ && 0<=offset_ && offset_<owner_->len_);
-            // clang-format on
             if (!owner_ || offset_ < 0 || offset_ >= owner_->len_) return 0;
             return owner_->UnitAt(offset_);
         }
         iterator& operator+=(int32_t n) {
-            // clang-format off
             QDR_CHECK(owner_ && 0<=offset_ && offset_<owner_->len_);
-            // clang-format on
             if (!owner_) return *this;
             offset_ += n;
-            // clang-format off
             QDR_CHECK(0<=offset_ && offset_<=owner_->len_);
-            // clang-format on
             if (offset_ < 0) offset_ = 0;
             if (offset_ > owner_->len_) offset_ = owner_->len_;
             return *this;
         }
         int32_t operator-(const iterator& r) const {
-            // clang-format off
             QDR_CHECK(owner_ && owner_==r.owner_);
-            // clang-format on
             return offset_ - r.offset_;
         }
 
@@ -89,15 +81,11 @@ public:
 
     iterator begin() const { return iterator{this, 0}; }
     bool IsEnd(const iterator& it) const {
-        // clang-format off
         QDR_CHECK(it.owner_==this);
-        // clang-format on
         return it.offset_ >= len_;
     }
     const CHAR* Piece(const iterator& it, int32_t count) const {
-        // clang-format off
         QDR_CHECK(it.owner_==this);
-        // clang-format on
         return reverse ? s_ + (len_ - it.offset_ - count) : s_ + it.offset_;
     }
 

@@ -102,9 +102,7 @@ template <class CHAR, class RECEIVER>
 bool SplitTextOf(const CHAR* str, int32_t str_len, const SplitSeparator<CHAR>& sep,
                  RECEIVER& receiver, int mode, bool quoted) {
     // The report shows this expression as written.
-    // clang-format off
     QDR_CHECK((0==str && 0==str_len) || AfxIsValidString(str, str_len));
-    // clang-format on
     if (!str) return str_len == 0;
     if (str_len >= 0) {
         const StrAccessor<CHAR> text(str, str_len);
@@ -128,8 +126,7 @@ template <class CHAR>
 bool SplitText(bool (*fnEnum)(void* param, const CHAR* piece, int32_t len), void* param,
                const CHAR* str, int32_t str_len, const SplitSeparator<CHAR>& sep, int mode,
                bool quoted) {
-    QDR_CHECK(fnEnum);
-    if (!fnEnum) return false;
+    QDR_CHECK_OR_RETURN(fnEnum, false);
     SplitToCallback<CHAR> receiver{fnEnum, param};
     return SplitTextOf(str, str_len, sep, receiver, mode, quoted);
 }

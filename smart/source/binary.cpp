@@ -42,9 +42,7 @@ bool Binary::Clear() {
 
 bool Binary::Set(const void* data, int32_t len) {
     // The report shows this expression as written.
-    // clang-format off
     QDR_CHECK(data && len>=0);
-    // clang-format on
     if (!data || len < 0) return false;
     bool result;
     Block* block = PrepareWrite(len, &result);

@@ -44,21 +44,15 @@ void ConvertText(const SRC* text, int len, DST* out_buf, int* out_len,
 }  // namespace
 
 void Utf8ToUnicode(const char* utf8_txt, int utf8_len, char16_t* out_buf, int* out_len) {
-    QDR_CHECK(out_len);
-    if (!out_len) return;
+    QDR_CHECK_OR_RETURN(out_len);
     // The report shows this expression as written.
-    // clang-format off
     QDR_CHECK(utf8_txt || out_buf || utf8_len >= 0 || *out_len >= 0);
-    // clang-format on
     ConvertText(utf8_txt, utf8_len, out_buf, out_len, &os::Utf8ToUtf16);
 }
 
 void UnicodeToUtf8(const char16_t* unicode_txt, int unicode_len, char* out_buf, int* out_len) {
-    QDR_CHECK(out_len);
-    if (!out_len) return;
-    // clang-format off
+    QDR_CHECK_OR_RETURN(out_len);
     QDR_CHECK(unicode_txt || out_buf || unicode_len >= 0 || *out_len >= 0);
-    // clang-format on
     ConvertText(unicode_txt, unicode_len, out_buf, out_len, &os::Utf16ToUtf8);
 }
 

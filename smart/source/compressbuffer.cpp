@@ -117,9 +117,7 @@ std::string& BinaryToSourceText(std::string& out, const void* data, int len, int
         const unsigned char b = block.Data()[i];
         *p++ = '0', *p++ = 'x', *p++ = kDigits[b >> 4], *p++ = kDigits[b & 0xF], *p++ = ',';
     }
-    // clang-format off
     QDR_CHECK_OR_RETURN(p-ret.c_str() == dstStrLen, out);
-    // clang-format on
     out.swap(ret);
     return out;
 }

@@ -329,17 +329,13 @@ template <class CHAR>
 std::basic_string<CHAR>& EncryptStr(std::basic_string<CHAR>& out, const CHAR* key, const CHAR* str,
                                     int len) {
     out.clear();
-    // clang-format off
     QDR_CHECK_OR_RETURN((0==str && 0==len) || AfxIsValidString(str, (int)len), out);
-    // clang-format on
     Des des;
     des.SetKey(key, key ? TextLength(key) * static_cast<int>(sizeof(CHAR)) : 0);
     if (len < 0) len = TextLength(str);
     QDR_CHECK_OR_RETURN(len <= INT32_MAX / static_cast<int>(sizeof(CHAR)), out);
     Binary frame;
-    // clang-format off
     QDR_CHECK_OR_RETURN(des.EndesEx((const unsigned char*)str, (int)(len*sizeof(CHAR)), frame), out);
-    // clang-format on
     BinToHexStr(frame.Data(), frame.Size(), out);
     return out;
 }
@@ -356,9 +352,7 @@ std::basic_string<CHAR>& DecryptStr(std::basic_string<CHAR>& out, const CHAR* ke
     Binary plain;
     // Only non-zero is asserted: after a wrong key (-1) the text is whatever the
     // deciphered block begins with. The block's length bounds the header.
-    // clang-format off
     QDR_CHECK(des.DedesEx((const unsigned char*)bin.Data(), plain, bin.Size()));
-    // clang-format on
     const size_t units = static_cast<size_t>(plain.Size()) / sizeof(CHAR);
     for (size_t i = 0; i < units; ++i) {
         CHAR unit;

@@ -195,8 +195,7 @@ bool SearchFiles(const char* beginPaths, const char* patterns, int depth, FileFo
                  void* fileCbParam, uint32_t excludeAttrs, const char* excludeDirNames,
                  const char* excludeFileNames, const char* excludePaths, FileVisitCallback visitCb,
                  void* visitCbParam) {
-    QDR_CHECK(beginPaths);
-    if (!beginPaths) return false;
+    QDR_CHECK_OR_RETURN(beginPaths, false);
     if (!patterns || !patterns[0]) patterns = "*";
     SmartArray<PtrStr, 16> paths;
     SplitText(paths, beginPaths, -1, SplitSeparator<char>('|'), split_drop_separators, false);

@@ -109,9 +109,7 @@ bool IniReader::ReadHead(const char* path, int& len) {
 }
 
 void IniReader::Parse(int len) {
-    // clang-format off
     QDR_CHECK(!m_content.IsEmpty() && 0==m_sectionMap.size());
-    // clang-format on
     const char* text = reinterpret_cast<const char*>(m_content.Data());
     SmartArray<PtrStr, 64> lines;
     SplitText(lines, text, len, SplitSeparator<char>("\r\n"), split_drop_separators, false);
@@ -197,9 +195,7 @@ int IniReader::GetInt(const char* section, const char* key, int defaultVal, bool
     GetString(section, key, defaultText, text, sizeof(text));
     int value = ReadInt(text);
     if (check) {
-        // clang-format off
         QDR_CHECK(minVal<=defaultVal && defaultVal<=maxVal);
-        // clang-format on
         // Two comparisons rather than std::clamp, which a reversed range breaks.
         if (value < minVal)
             value = minVal;

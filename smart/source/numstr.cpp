@@ -57,8 +57,7 @@ bool WalkColumns(CHAR* out, int width, const CHAR* a, int lenA, const CHAR* b, i
 // The entry of the column walks: `out` must be given; an empty input leaves it empty.
 template <class CHAR>
 bool PrepareOperands(CHAR* out, const CHAR* a, const CHAR* b, int* lenA, int* lenB) {
-    QDR_CHECK(out);
-    if (!out) return false;
+    QDR_CHECK_OR_RETURN(out, false);
     *lenA = MeasureIfNegative(a, *lenA);
     *lenB = MeasureIfNegative(b, *lenB);
     if (*lenA < 1 || *lenB < 1) {
@@ -114,9 +113,7 @@ template <class CHAR>
 int CompareNumStr(const CHAR* num1, const CHAR* num2, int len1, int len2) {
     len1 = MeasureIfNegative(num1, len1);
     len2 = MeasureIfNegative(num2, len2);
-    // clang-format off
     QDR_CHECK(len1>0 && len2>0);
-    // clang-format on
     if (len1 <= 0 || len2 <= 0) return (len1 > 0) - (len2 > 0);
     int zeros1 = 0;
     int zeros2 = 0;
@@ -270,8 +267,7 @@ CHAR* SubNumStr(CHAR* result, const CHAR* minuend, const CHAR* subtrahend, int m
 template <class CHAR>
 CHAR* MulNumStr(CHAR* multipled, const CHAR* multiplicand, const CHAR* multiplier,
                 int multiplicand_len, int multiplier_len) {
-    QDR_CHECK(multipled);
-    if (!multipled) return nullptr;
+    QDR_CHECK_OR_RETURN(multipled, nullptr);
     multipled[0] = 0;
     if (!IsNumStr(multiplicand, multiplicand_len) || !IsNumStr(multiplier, multiplier_len))
         return multipled;
@@ -342,11 +338,8 @@ std::basic_string<CHAR>& AddIntToNumStr(std::basic_string<CHAR>& result, const C
 
 template <class CHAR>
 CHAR* IntToStr(CHAR* buf, int64_t value, int radix, int* len) {
-    QDR_CHECK(buf);
-    if (!buf) return nullptr;
-    // clang-format off
+    QDR_CHECK_OR_RETURN(buf, nullptr);
     QDR_CHECK(2<=radix && radix<=36);
-    // clang-format on
     int length = 0;
     if (2 <= radix && radix <= 36) {
         const bool negative = radix == 10 && value < 0;
@@ -403,8 +396,7 @@ CHAR* IntToGroupedStr(CHAR* buf, int64_t value, int radix, int minDigits, int gr
 
 template <class CHAR>
 int64_t StrToInt64(const CHAR* text) {
-    QDR_CHECK(text);
-    if (!text) return 0;
+    QDR_CHECK_OR_RETURN(text, 0);
     while (*text == ' ' || *text == '\t') ++text;
     const bool negative = *text == '-';
     if (*text == '-' || *text == '+') ++text;

@@ -84,8 +84,7 @@ bool RealCasePath(const char* path, int len, char* dest) {
     if (!NormalizePath(p)) return false;
     char root[kMaxPathChars];
     const bool rooted = GetRoot(p, root);
-    QDR_CHECK(rooted);
-    if (!rooted) return false;
+    QDR_CHECK_OR_RETURN(rooted, false);
     const int n = TextLength(p);
     const int rootLen = TextLength(root);
     int start =
@@ -141,8 +140,7 @@ bool IsExistDir(const CHAR* name) {
 
 template <class CHAR>
 bool GetCurrentDir(CHAR* buffer) {
-    QDR_CHECK(buffer);
-    if (!buffer) return false;
+    QDR_CHECK_OR_RETURN(buffer, false);
     char current[kMaxPathChars];
     if (!os::CurrentDirectory(current, kMaxPathChars)) {
         buffer[0] = 0;
@@ -163,8 +161,7 @@ int64_t GetFileSizeByName(const CHAR* name) {
 }
 
 int32_t GetFileSizeOfStream(FILE* stream) {
-    QDR_CHECK(stream);
-    if (!stream) return -1;
+    QDR_CHECK_OR_RETURN(stream, -1);
     const int64_t size = os::FileSizeOfStream(stream);
     if (size < 0) return -1;
     const uint32_t dwHSize = static_cast<uint32_t>(static_cast<uint64_t>(size) >> 32);
@@ -258,8 +255,7 @@ bool SetExistingFileLength(const CHAR* name, int64_t length) {
 
 bool SetStreamLength(FILE* stream, int64_t length) {
     if (!IsAllowedFileLength(length)) return false;
-    QDR_CHECK(stream);
-    if (!stream) return false;
+    QDR_CHECK_OR_RETURN(stream, false);
     fflush(stream);
     return os::SetStreamFileLength(stream, length);
 }

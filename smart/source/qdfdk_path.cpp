@@ -224,9 +224,7 @@ CHAR* JoinComponents(CHAR* path, int len, const PathComponents& stack) {
         return path;
     }
     // The report shows this expression as written.
-    // clang-format off
     QDR_CHECK(!IsSlashChar(ch[offset-1]));
-    // clang-format on
     // A root keeps its separator ("C:\"), a short text does not ("a\" -> "a").
     if (len >= 3 && IsSlashChar(path[len - 1]) && !IsSlashChar(path[len - 2])) ch[offset++] = '\\';
     CopyUnits(path, ch, offset);
@@ -308,8 +306,7 @@ template <class CHAR>
 bool ComposeFileName(const CHAR* dir, const NonDeduced<CHAR>* file, CHAR* dest) {
     QDR_CHECK(AfxIsValidString(dir));
     QDR_CHECK(AfxIsValidString(file));
-    QDR_CHECK(dest);
-    if (!dest) return false;
+    QDR_CHECK_OR_RETURN(dest, false);
     if (!dir || !file) {
         dest[0] = 0;
         return false;
@@ -365,8 +362,7 @@ CHAR* AppendPathName(CHAR* target, const NonDeduced<CHAR>* name) {
 template <class CHAR>
 bool GetDirName(const CHAR* path, CHAR* dir, int len) {
     QDR_CHECK(AfxIsValidString(path));
-    QDR_CHECK(dir);
-    if (!dir) return false;
+    QDR_CHECK_OR_RETURN(dir, false);
     dir[0] = 0;
     if (!path) return false;
     if (len < 0) len = TextLength(path);
@@ -438,8 +434,7 @@ bool GetFileExtPos(const CHAR* name, const CHAR** pos) {
 
 template <class CHAR>
 bool GetFileExt(const CHAR* name, CHAR* ext) {
-    QDR_CHECK(ext);
-    if (!ext) return false;
+    QDR_CHECK_OR_RETURN(ext, false);
     const CHAR* dot = nullptr;
     if (!GetFileExtPos<CHAR>(name, &dot)) {
         ext[0] = 0;

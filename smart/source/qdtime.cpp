@@ -150,13 +150,11 @@ int CheckSystemTimeRange(const SYSTEMTIME& time, bool isLocal) {
 int64_t SystemTimeOrdinal(int year, int month, int day, int hour, int minute, int second,
                           int milli) {
     // The report shows these expressions as written.
-    // clang-format off
     QDR_CHECK(IsValidDate(year, month, day));
     QDR_CHECK(0<=hour && hour<=23);
     QDR_CHECK(0<=minute && minute<=59);
     QDR_CHECK(0<=second && second<=59);
     QDR_CHECK(0<=milli && milli<=999);
-    // clang-format on
     return (((((static_cast<int64_t>(year) * 12 + month - 1) * 31 + day - 1) * 24 + hour) * 60 +
              minute) *
                 60 +
@@ -188,9 +186,7 @@ int64_t GetLocalZoneOffset() {
 }
 
 int SplitDayMilliseconds(uint32_t dw, int* hour, int* minute, int* second, int* milli) {
-    // clang-format off
     QDR_CHECK(dw < 24*3600*1000);
-    // clang-format on
     const int hours = static_cast<int>(dw / 3600000);
     if (hour) *hour = hours;
     if (minute) *minute = static_cast<int>(dw / 60000 % 60);
@@ -250,8 +246,7 @@ char* MSELToDateText(MSEL msel, char* dest, bool withMilli, bool withSeparator, 
 }
 
 MSEL DateTextToMSEL(const char* text, bool withMilli, bool isLocal) {
-    QDR_CHECK(text);
-    if (!text) return -1;
+    QDR_CHECK_OR_RETURN(text, -1);
     char digits[18];
     memcpy(digits, text, withMilli ? 17 : 14);
     if (!withMilli) memcpy(digits + 14, "000", 3);
@@ -268,8 +263,7 @@ MSEL DateTextToMSEL(const char* text, bool withMilli, bool isLocal) {
 }
 
 MSEL DateTextToMSEL(const char* text, int textLen, bool withMilli, bool isLocal) {
-    QDR_CHECK(text);
-    if (!text) return -1;
+    QDR_CHECK_OR_RETURN(text, -1);
     if (textLen < 0) textLen = static_cast<int>(strlen(text));
     if (textLen < (withMilli ? 17 : 14)) return -1;
     return DateTextToMSEL(text, withMilli, isLocal);
@@ -281,8 +275,7 @@ template <class CHAR>
 CHAR* FormatSystemTime(CHAR* dest, const SYSTEMTIME& time, bool withMilli,
                        NonDeduced<CHAR> dateSeparator, NonDeduced<CHAR> timeSeparator,
                        NonDeduced<CHAR> milliSeparator) {
-    QDR_CHECK(dest);
-    if (!dest) return nullptr;
+    QDR_CHECK_OR_RETURN(dest, nullptr);
     CHAR text[48];  // room for every field at five digits
     CHAR* p = PutPadded(text, time.wYear, 4);
     *p++ = dateSeparator;
@@ -330,8 +323,7 @@ char* FormatDuration(const char* language, char* dest, int64_t milliseconds, boo
         {"%dDays", "%dHours", "%dMinutes", "%dSeconds", "%dMSELs"},
         {"%d天", "%d小时", "%d分", "%d秒", "%d毫秒"},
     };
-    QDR_CHECK(dest);
-    if (!dest) return nullptr;
+    QDR_CHECK_OR_RETURN(dest, nullptr);
     if (!IsValidMSEL(milliseconds)) return nullptr;
     const int lang = LanguageIndex(language) == 1 ? 1 : 0;
     if (!withMilli) milliseconds -= milliseconds % 1000;

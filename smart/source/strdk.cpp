@@ -154,8 +154,7 @@ int KmpScan(VIEW src, VIEW find, const int* vec, int flags) {
             i = start + 1;
             j = 0;
         } else {
-            QDR_CHECK(vec[j] >= -1 && vec[j] < j);
-            if (!(vec[j] >= -1 && vec[j] < j)) return -1;
+            QDR_CHECK_OR_RETURN(vec[j] >= -1 && vec[j] < j, -1);
             j = vec[j];
         }
     }
@@ -166,8 +165,7 @@ int KmpScan(VIEW src, VIEW find, const int* vec, int flags) {
 
 template <class TCHAR>
 const TCHAR* FindChar(const TCHAR* text, NonDeduced<TCHAR> ch, int length, bool skipDoubleByte) {
-    QDR_CHECK(text);
-    if (!text) return nullptr;
+    QDR_CHECK_OR_RETURN(text, nullptr);
     return FindFirst(text, length, skipDoubleByte, [ch](TCHAR c) { return c == ch; });
 }
 
@@ -219,8 +217,7 @@ int GetCharIndex(const TCHAR* text, const NonDeduced<TCHAR>* charSet, bool inclu
 
 template <class TCHAR>
 int CountChar(const TCHAR* text, NonDeduced<TCHAR> ch, int length) {
-    QDR_CHECK(text);
-    if (!text) return 0;
+    QDR_CHECK_OR_RETURN(text, 0);
     length = MeasureIfNegative(text, length);
     int count = 0;
     for (int i = 0; i < length; ++i) count += text[i] == ch;
@@ -229,8 +226,7 @@ int CountChar(const TCHAR* text, NonDeduced<TCHAR> ch, int length) {
 
 template <class TCHAR>
 bool HasDoubleByte(const TCHAR* text, int length) {
-    QDR_CHECK(text);
-    if (!text) return false;
+    QDR_CHECK_OR_RETURN(text, false);
     length = MeasureIfNegative(text, length);
     for (int i = 0; i < length; ++i) {
         if constexpr (sizeof(TCHAR) > 1) {

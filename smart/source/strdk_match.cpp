@@ -147,8 +147,7 @@ int FindPatternSegment(int pff, const TCHAR* str, const TCHAR* patterns, int str
         while (idxS >= 0 && idxP >= 0 && MatchBackward(str, idxS, patterns[idxP], m)) --idxP;
         return idxP >= 0 ? -1 : idxS + 1;
     }
-    QDR_CHECK(pff_increased_search == pff || pff_increased_search_by_end_matching == pff);
-    if (!(pff_increased_search == pff || pff_increased_search_by_end_matching == pff)) return -1;
+    QDR_CHECK_OR_RETURN(pff_increased_search == pff || pff_increased_search_by_end_matching == pff, -1);
 
     for (int start = 0; start < strLen; ++start) {
         int idxStrSub = start, p = 0;
@@ -360,8 +359,7 @@ bool MatchingFileName(bool isFileName, int flags, const TCHAR* str, int strLen,
 }
 
 bool IsJavaLauncher(const char* programPath) {
-    QDR_CHECK(programPath);
-    if (!programPath) return false;
+    QDR_CHECK_OR_RETURN(programPath, false);
     const char* slash = FindLastAnyCharOfStr(programPath, "\\/");
     const char* name = slash ? slash + 1 : programPath;
     return MatchingFileNames(name, "java.exe;javaw.exe;javaws.exe;java;javaws;");

@@ -80,8 +80,7 @@ int ReplaceBetween(TCHAR* target, const NonDeduced<TCHAR>* repHead,
         newStr = kEmpty;
         newStrLen = 0;
     }
-    QDR_CHECK(target);
-    if (!target) return -1;
+    QDR_CHECK_OR_RETURN(target, -1);
     if (!repHead || !repTail) {
         QDR_CHECK(false);
         return 0;
@@ -92,9 +91,7 @@ int ReplaceBetween(TCHAR* target, const NonDeduced<TCHAR>* repHead,
         QDR_CHECK(false);
         return 0;
     }
-    // clang-format off
     QDR_CHECK(-1==bufBytes || bufBytes>0);
-    // clang-format on
     QDR_CHECK(removeCount >= 0);
     if (!(-1 == bufBytes || bufBytes > 0) || removeCount < 0) return -1;
     const long long limit =
@@ -148,9 +145,7 @@ template <class TCHAR>
 int ReplaceChar(TCHAR* target, NonDeduced<TCHAR> repChar, NonDeduced<TCHAR> newChar, int flags,
                 int length) {
     QDR_CHECK(target);
-    // clang-format off
     QDR_CHECK(0 != repChar);
-    // clang-format on
     if (!target || repChar == 0) return 0;
     if (newChar == 0) {
         QDR_CHECK(false);
@@ -172,9 +167,7 @@ template <class TCHAR>
 int ReplaceHead(TCHAR* target, int len, const NonDeduced<TCHAR>* newStr, int targetStrLen,
                 int newStrLen) {
     QDR_CHECK(target);
-    // clang-format off
     QDR_CHECK(0 <= len);
-    // clang-format on
     if (!target || len < 0) return -1;
     targetStrLen = MeasureIfNegative(target, targetStrLen);
     newStrLen = newStr ? MeasureIfNegative(newStr, newStrLen) : 0;

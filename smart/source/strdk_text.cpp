@@ -135,8 +135,7 @@ template <class TCHAR>
 int TrimRange(const TCHAR* text, int length, int* offset, const NonDeduced<TCHAR>* blankSet,
               bool rightOnly) {
     if (offset) *offset = 0;
-    QDR_CHECK(text);
-    if (!text) return 0;
+    QDR_CHECK_OR_RETURN(text, 0);
     length = MeasureIfNegative(text, length);
     const int setLength = blankSet ? TextLength(blankSet) : 0;
     int start = 0;
@@ -153,8 +152,7 @@ int TrimRange(const TCHAR* text, int length, int* offset, const NonDeduced<TCHAR
 template <class TCHAR>
 TCHAR* TrimCopy(TCHAR* dest, const NonDeduced<TCHAR>* source, int length,
                 const NonDeduced<TCHAR>* blankSet, bool rightOnly) {
-    QDR_CHECK(dest);
-    if (!dest) return nullptr;
+    QDR_CHECK_OR_RETURN(dest, nullptr);
     if (!source) source = dest;
     int offset = 0;
     const int kept = TrimRange(source, length, &offset, blankSet, rightOnly);
@@ -228,8 +226,7 @@ int ComparePathName(const TCHAR* path1_, const NonDeduced<TCHAR>* path2_, int pa
 
 template <class TCHAR>
 TCHAR* UnescapeStr(TCHAR* text, int* length, bool onlyInQuotes, int* errorPos) {
-    QDR_CHECK(text);
-    if (!text) return nullptr;
+    QDR_CHECK_OR_RETURN(text, nullptr);
     const int len = MeasureIfNegative(text, length ? *length : -1);
     // Strict mode looks for an error first, so that a refused text stays unchanged.
     if (errorPos && UnescapePass(text, len, onlyInQuotes, errorPos, false) < 0) return nullptr;
@@ -243,8 +240,7 @@ template <class TCHAR>
 void GetTextExtent(const TCHAR* text, int length, int* width, int* lines) {
     if (width) *width = 0;
     if (lines) *lines = 0;
-    QDR_CHECK(text);
-    if (!text) return;
+    QDR_CHECK_OR_RETURN(text);
     length = MeasureIfNegative(text, length);
     int lineCount = 1, widest = 0, current = 0;
     for (int i = 0; i < length; ++i) {
@@ -262,8 +258,7 @@ void GetTextExtent(const TCHAR* text, int length, int* width, int* lines) {
 template <class TCHAR>
 TCHAR* CopyBounded(TCHAR* dest, const NonDeduced<TCHAR>* source, int sourceLen, int destLen,
                    bool zeroRest) {
-    QDR_CHECK(dest);
-    if (!dest) return nullptr;
+    QDR_CHECK_OR_RETURN(dest, nullptr);
     if (destLen == 0) {
         QDR_CHECK(false);
         return dest;

@@ -9,9 +9,7 @@
 int GetWorkTasks(int tasks, int workers, int work_num, int* task_nums) {
     QDR_CHECK_OR_RETURN(tasks >= 0, 0);
     QDR_CHECK_OR_RETURN(workers > 0, 0);
-    // clang-format off
     QDR_CHECK_OR_RETURN(0<=work_num && work_num<workers, 0);
-    // clang-format on
     QDR_CHECK_OR_RETURN(task_nums, 0);
     int count = 0;
     for (int i = work_num; i < tasks; i += workers) {
