@@ -13,12 +13,12 @@ namespace os {
 // ---- threads ---------------------------------------------------------------
 
 // Kernel thread id of the caller (gettid), cached per thread and reset in a
-// forked child. Inline, since the engine asks five times per event: the cache is
-// read at a fixed offset of the thread pointer (initial-exec; a library loaded by
-// dlopen takes these 4 bytes from the reserve the C library keeps for that), and
-// only a thread's first call makes the system call. Out of line and through
-// __tls_get_addr it cost 150 instructions per event.
-extern __thread uint32_t t_knownThreadId __attribute__((tls_model("initial-exec")));
+// forked child. Inline, since the engine asks five times per event: only a
+// thread's first call makes the system call. The variable keeps the default TLS
+// model, so that a library loaded late with dlopen (or several copies of it) finds
+// room for it; on x86-64 the build uses TLS descriptors (-mtls-dialect=gnu2), whose
+// lookup of an already allocated block costs a few instructions.
+extern __thread uint32_t t_knownThreadId;
 uint32_t QueryCurrentThreadId();
 inline uint32_t CurrentThreadId() {
     const uint32_t id = t_knownThreadId;

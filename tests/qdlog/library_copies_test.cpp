@@ -1,0 +1,44 @@
+// Several copies of libqdlog_9d.so in one process, loaded with dlopen from copied
+// files by copies_helper: each must load and log.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "child_process.h"
+#include "scratch_dir.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// Copies the library to each of `names` (relative to `scratch`) and runs the helper
+// on the copies; returns its output.
+std::string RunCopies(const ScratchDir& scratch, const std::vector<std::string>& names) {
+    std::vector<std::string> argv = {COPIES_HELPER, scratch / "logs"};
+    for (const std::string& name : names) {
+        const fs::path copy = scratch.Path() / name;
+        fs::create_directories(copy.parent_path());
+        fs::copy_file(QDLOG_LIBRARY_FILE, copy);
+        argv.push_back(copy.string());
+    }
+    ChildProcess child(argv, {"QDR_ASSERT_ANSWER=ignore", "XDG_STATE_HOME=" + (scratch / "state")});
+    std::string out = child.ReadAll();
+    EXPECT_EQ(0, child.Wait()) << out;
+    return out;
+}
+
+int LogFilesIn(const fs::path& dir) {
+    int n = 0;
+    for (const auto& entry : fs::directory_iterator(dir)) n += entry.path().extension() == ".log";
+    return n;
+}
+
+}  // namespace
+
+TEST(LibraryCopies, ThreeCopiesLoadAndEachLogs) {
+    ScratchDir scratch("copies");
+    const std::string out = RunCopies(scratch, {"a/lib1.so", "b/lib2.so", "c/lib3.so"});
+    EXPECT_NE(std::string::npos, out.find("loaded 3")) << out;
+    for (int i = 1; i <= 3; ++i)
+        EXPECT_EQ(1, LogFilesIn(scratch.Path() / "logs" / std::to_string(i)));
+}
