@@ -3,6 +3,8 @@
 //   flag_helper flag KEY          takes the flag, prints "created 0|1", ends cleanly
 //   flag_helper hold KEY          takes the flag, prints its value name, waits to be killed
 //   flag_helper lock START_MS     at START_MS tries the named mutex once: "first" or "second"
+//   flag_helper set KEY VALUE     WriteSetting; prints "ok" or "failed"
+//   flag_helper get KEY           ReadSetting with the default "none"; prints the value
 //   flag_helper write KEY         rewrites value "v" of KEY, 1000 'A' and 1000 'B' in turn,
 //                                 printing "writing" once, until it is killed
 #include <unistd.h>
@@ -14,6 +16,7 @@
 #include "child_process.h"
 #include "ilocker.h"
 #include "processflag.h"
+#include "qdglib.h"
 #include "qdregistry.h"
 
 int main(int argc, char** argv) {
@@ -34,6 +37,12 @@ int main(int argc, char** argv) {
         TryLock lock(mutex, 0, true);
         printf("%s\n", lock.IsLocked() ? "first" : "second");
         usleep(300000);
+    } else if (mode == "set" && argc > 3) {
+        printf("%s\n", WriteSetting(argv[2], argv[3]) ? "ok" : "failed");
+    } else if (mode == "get") {
+        char value[256];
+        ReadSetting(argv[2], value, sizeof(value), false, "none");
+        printf("%s\n", value);
     } else if (mode == "write") {
         RegCreateKey(HKEY_CURRENT_USER, argv[2]);
         const std::string a(1000, 'A'), b(1000, 'B');

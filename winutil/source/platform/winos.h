@@ -43,4 +43,40 @@ bool CloseLockFile(intptr_t handle);
 bool LockLockFile(intptr_t handle, uint32_t timeoutMs);
 bool UnlockLockFile(intptr_t handle);
 
+// ---- processes ------------------------------------------------------------
+
+// The ids of the numeric entries of /proc, at most `limit`.
+bool ListProcessIds(std::vector<uint32_t>* pids, int limit);
+// readlink of /proc/<pid>/exe; 0 when the process is gone or not readable.
+int ProcessImagePath(uint32_t pid, char* buffer, int capacity);
+// The process's own thread: on Linux the main thread's id is the pid.
+uint32_t MainThreadId();
+// The arguments of this process from /proc/self/cmdline, index 0 included.
+bool CommandLine(std::vector<std::string>* args);
+// posix_spawn of "/bin/sh -c cmdLine", with the environment of this process. With
+// `wait` the child is waited for and `exitCode` receives its status. 0 on failure,
+// else the child's pid.
+uint32_t SpawnShell(const char* cmdLine, bool wait, int* exitCode);
+// posix_spawnp of "xdg-open file"; its pid or 0.
+uint32_t SpawnDocumentOpener(const char* file);
+// strerror_r's text for `code`.
+void ErrorText(int code, char* buffer, int capacity);
+// Accumulated times in 100-ns units: of all processors from the first line of
+// /proc/stat (idle = idle + iowait, kernel = system + irq + softirq, user = user +
+// nice), and of this process from /proc/self/stat with its start as a file time.
+bool SystemTimes(int64_t* idle, int64_t* kernel, int64_t* user);
+bool ProcessTimes(int64_t* creation, int64_t* kernel, int64_t* user);
+int ProcessorCount();
+// "MemTotal" and "MemAvailable" of /proc/meminfo in bytes.
+bool PhysicalMemory(uint64_t* total, uint64_t* available);
+// VmRSS and VmData of /proc/<pid>/status in bytes (0: this process).
+bool ProcessMemory(uint32_t pid, uint64_t* residentBytes, uint64_t* dataBytes);
+uint32_t ParentProcessId();
+// SIGKILL; this process ends with _exit(255).
+bool KillProcess(uint32_t pid);
+// Reaps `pid` if it is a child that ended; true when it no longer runs.
+bool ReapIfChildEnded(uint32_t pid);
+// "model name" of /proc/cpuinfo (aarch64: "Hardware", else "CPU implementer").
+bool ProcessorName(char* buffer, int capacity);
+
 }  // namespace winos
