@@ -11,7 +11,7 @@
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 PACKAGES := build-essential cmake pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
-            zlib1g-dev clang clang-format python3 tzdata binutils
+            zlib1g-dev libssl-dev clang clang-format python3 tzdata binutils
 
 # Only `make bench` needs these: the loggers that bench/compare_loggers runs side by
 # side with ours. `make test` and CI do without them.

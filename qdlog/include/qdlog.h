@@ -13,6 +13,12 @@
  * Event types are 0 to 31; the titles of 0, 1, 2, 3, 20 and 25 are words, the
  * others show their number ("0007"). Type 31 is raw text: no head, no line end.
  * A bad type or a null format is reported as a failed check and the event dropped.
+ *
+ * Any thread may call any function at any time, but none of them is
+ * async-signal-safe: an event sent from a signal handler that interrupted a thread
+ * inside the library waits for the library's lock, which that thread holds, and
+ * the process hangs. Log from a signal handler only through a path that takes no
+ * lock (write(2) to a descriptor of your own).
  */
 #ifndef QDLOG_H
 #define QDLOG_H

@@ -120,11 +120,8 @@ void LogEventV(int type, const CHAR* fmt, va_list args) {
     // With screen, file and debugger off nothing is formatted, and callbacks get
     // nothing either.
     if (!log.toScreen_ && !log.toFile_ && !log.toDebuger_) return;
-    // clang-format off
-    QDR_CHECK(fmt && 0<=type && type<32);
-    // clang-format on
-    // The original goes on into undefined behaviour; the event is dropped instead.
-    if (!fmt || type < 0 || type >= kEventTypes) return;
+    // Going on would be undefined behaviour: the event is dropped.
+    QDR_CHECK_OR_RETURN(fmt && 0<=type && type<32);
 
     // Formatted straight into the inline room: a text of up to 1023 characters costs
     // one walk of the format and no heap. Only a longer one is formatted again, into
@@ -153,9 +150,7 @@ void LogEventV(int type, const CHAR* fmt, va_list args) {
             }
         }
     }
-    // clang-format off
     QDR_CHECK(0<=ret && ret<=fmtLen);
-    // clang-format on
     // An empty text writes nothing at all, not even a head.
     if (ret < 1) return;
     PrintEvent(type, text);
@@ -177,11 +172,8 @@ template <class CHAR>
 void PrintEventAt(LogContext& log, int type, const CHAR* text, const EventMoment& moment) {
     QDR_CHECK(log.lock_.IsLockedByThreadSelf());
     if (!text) text = Width<CHAR>::kNullText;
-    // clang-format off
-    QDR_CHECK(0<=type && type<32);
-    // clang-format on
     // There is no title row for such a type: the event is dropped.
-    if (type < 0 || type >= kEventTypes) return;
+    QDR_CHECK_OR_RETURN(0<=type && type<32);
 
     CleanLogFiles(log, moment.now, moment.tick);
 

@@ -92,9 +92,7 @@ void ReadConfig(LogContext& log) {
     if (!IsElapsed(GetTickCount(), static_cast<uint32_t>(log.lastReadConfigTick_), 500u)) return;
 
     char path[kLogPathChars];
-    // clang-format off
     QDR_CHECK(ComposeFileName(GetExeDirA_(), "qdlog.ini", path));
-    // clang-format on
     // Without the file the settings stay as they are, and so does a lock-out of the
     // setters that an earlier file left.
     if (IsExistFile(path)) ApplyConfig(log, IniReader(path));

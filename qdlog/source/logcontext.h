@@ -72,6 +72,11 @@ public:
         // then sets initFinished, also when exitFlag stopped it. `param` is unused.
         static unsigned InitWoker(void* param);
 
+        // Adds a closed file's full path; true when it was not listed yet (the
+        // caller then adds its size to totalLogBytes). The writer lists the file it
+        // gives up, the sweeps what they find.
+        bool List(const char* path) { return listSet.insert(path).second; }
+
         OSThread initThread = 0;
         OSThreadID initThreadID = 0;
         Relaxed<int32_t> exitFlag{0};
@@ -85,6 +90,20 @@ public:
     LogContext(const LogContext&) = delete;
     LogContext& operator=(const LogContext&) = delete;
 
+    // The fields keep their designed names and order, which the reports quote
+    // ("log.logFileList_.totalLogBytes >= sz"). Who writes which, after the
+    // constructor; everyone else only reads:
+    // - the setters of qdlog.cpp: the switches and limits (flushLines_ to
+    //   toDebuger_, titles_), also on behalf of the configuration pass;
+    // - the configuration pass, logconfig.cpp: canModifyConfig_, firstReadConfig_,
+    //   lastReadConfigTick_, readingConfig_, and logMask_ through its pointer;
+    // - the event road, eventroad.cpp: lastCpuCycle_ (also its setter),
+    //   lastEventMSEL_, headClock_; logoutputs.cpp: callbackMap_;
+    // - the log file writer, logfile.cpp: logFile_, and the writer's side of
+    //   logFileList_ (the file it gives up, through LogFileList::List, and the old
+    //   file it continues);
+    // - the sweeps and rules, logfilelist.cpp: logFileList_ and the three check
+    //   ticks. The rules ask the writer only whether a path is the open file.
     Mutex lock_{0};
     Relaxed<int32_t> canModifyConfig_;
     Relaxed<int32_t> firstReadConfig_;

@@ -4,19 +4,59 @@
 #include <cstring>
 
 #include "logcontext.h"
-#include "logfilelist.h"
 #include "qdfdk.h"
 #include "qdr/platform/os_files.h"
 #include "qdtime.h"
 #include "smartbuf.h"
 
 bool LogFile::Open(const char* path, const char* mode) {
-    QDR_CHECK(!IsOpened());
-    if (IsOpened() || !Adopt(os::OpenAppendingStream(path, mode), path)) return false;
-    // Before any other use of the stream; the buffer lives as long as the file.
-    setvbuf(fp_, streamBuffer_, _IOFBF, sizeof(streamBuffer_));
+    QDR_CHECK_OR_RETURN(!IsOpened(), false);
+    if (!Adopt(os::OpenAppendingStream(path, mode), path)) return false;
+    // Lines that the last file could not take (a full disk, a size limit) go first.
+    tornTail_ = false;
     linesToFlush_ = 0;
     return true;
+}
+
+void LogFile::Close() {
+    if (!fp_) return;
+    WriteOut();
+    CFile::Close(true);
+}
+
+bool LogFile::WriteOut() {
+    if (pending_ == 0) return true;
+    size_t done = os::AppendToStreamFile(fp_, buffer_, pending_);
+    if (done == pending_) {
+        pending_ = 0;
+        return true;
+    }
+    // The system took only part: the piece of the line it cut goes back out of the
+    // file, and the line waits whole in the buffer with those behind it.
+    //   buffer "a\r\nbb\r\ncc\r\n", 6 bytes taken -> file "a\r\n", buffer "bb\r\ncc\r\n"
+    size_t lineStart = done;
+    while (lineStart > 0 && buffer_[lineStart - 1] != '\n') --lineStart;
+    if (lineStart < done && os::CutStreamFileTail(fp_, buffer_ + lineStart, done - lineStart))
+        done = lineStart;
+    // Otherwise the rest of that line is the first thing written next: it finishes
+    // the line.
+    memmove(buffer_, buffer_ + done, pending_ - done);
+    pending_ -= done;
+    return false;
+}
+
+void LogFile::WriteLong(const char* head, int headLen, const char* text, int textLen,
+                        bool lineEnd) {
+    const size_t lineBytes =
+        static_cast<size_t>(headLen) + static_cast<size_t>(textLen) + (lineEnd ? 2 : 0);
+    SmartBuf<char, 1024> line(static_cast<int32_t>(lineBytes));
+    if (!line.Get()) return;
+    memcpy(line.Get(), head, static_cast<size_t>(headLen));
+    memcpy(line.Get() + headLen, text, static_cast<size_t>(textLen));
+    if (lineEnd) memcpy(line.Get() + headLen + textLen, "\r\n", 2);
+    const size_t done = os::AppendToStreamFile(fp_, line.Get(), lineBytes);
+    if (done > 0 && done < lineBytes && !os::CutStreamFileTail(fp_, line.Get(), done))
+        tornTail_ = true;
 }
 
 void LogFile::WriteLine(bool withHead, const char* head, int headLen, const char* text,
@@ -24,33 +64,39 @@ void LogFile::WriteLine(bool withHead, const char* head, int headLen, const char
     if (!withHead) headLen = 0;
     const size_t lineBytes =
         static_cast<size_t>(headLen) + static_cast<size_t>(textLen) + (withHead ? 2 : 0);
-    // The stream hands its buffer to the system only when told to, so what it
-    // hands over always ends at a line's end.
-    if (os::PendingStreamBytes(fp_) + lineBytes > sizeof(streamBuffer_)) fflush(fp_);
-    if (lineBytes <= sizeof(streamBuffer_)) {
-        // lock_ guards the stream: its own lock would only cost time.
-        os::WriteStreamUnlocked(fp_, head, static_cast<size_t>(headLen));
-        os::WriteStreamUnlocked(fp_, text, static_cast<size_t>(textLen));
-        if (withHead) os::WriteStreamUnlocked(fp_, "\r\n", 2);
+    if (tornTail_) {
+        // Only whole lines may follow: the torn one is ended first.
+        if (pending_ + 2 > sizeof(buffer_) && !WriteOut()) return;
+        memcpy(buffer_ + pending_, "\r\n", 2);
+        pending_ += 2;
+        tornTail_ = false;
+    }
+    // What the buffer hands over always ends at a line's end.
+    if (pending_ + lineBytes > sizeof(buffer_)) WriteOut();
+    if (pending_ + lineBytes <= sizeof(buffer_)) {
+        memcpy(buffer_ + pending_, head, static_cast<size_t>(headLen));
+        memcpy(buffer_ + pending_ + headLen, text, static_cast<size_t>(textLen));
+        if (withHead) memcpy(buffer_ + pending_ + headLen + textLen, "\r\n", 2);
+        pending_ += lineBytes;
+    } else if (pending_ == 0) {
+        WriteLong(head, headLen, text, textLen, withHead);
     } else {
-        SmartBuf<char, 1024> line(static_cast<int32_t>(lineBytes));
-        if (line.Get()) {
-            memcpy(line.Get(), head, static_cast<size_t>(headLen));
-            memcpy(line.Get() + headLen, text, static_cast<size_t>(textLen));
-            if (withHead) memcpy(line.Get() + headLen + textLen, "\r\n", 2);
-            os::WriteStreamDirect(fp_, line.Get(), lineBytes);
-        }
+        return;  // the system refuses the lines before it, and the buffer is full
     }
     if (withHead) ++linesToFlush_;
 }
 
 void LogFile::Flush() {
     linesToFlush_ = 0;
-    fflush(fp_);
+    WriteOut();
 }
 
-bool LogFile::IsStillAtItsPath() const {
-    return os::IsStreamAtPath(fp_, path_);
+bool LogFile::IsGoneFromItsPath() const {
+    return os::StreamFileAtPath(fp_, path_) == os::PathMatch::kOther;
+}
+
+bool LogFile::IsOpenAt(const char* path) const {
+    return fp_ && os::StreamFileAtPath(fp_, path) == os::PathMatch::kSame;
 }
 
 bool ComposeLogPath(const char* dir, const char* name, char (&path)[kLogPathChars]) {
@@ -93,9 +139,7 @@ bool TakeNewestSmallFile(LogContext& log, char (&name)[kLogPathChars]) {
     if (size >= log.switchBytes_ / 2) return false;
     strcpy(name, newest.c_str());
     log.logFileList_.totalLogBytes -= size;
-    // clang-format off
     QDR_CHECK(1 == log.logFileList_.listSet.erase(name));
-    // clang-format on
     return true;
 }
 
@@ -108,7 +152,7 @@ void CheckLogFile(LogContext& log, MSEL now) {
     bool firstOpen = true;
     if (file.IsOpen()) {
         firstOpen = false;
-        if (!file.IsStillAtItsPath()) {
+        if (file.IsGoneFromItsPath()) {
             // Its directory was removed (or the file itself): nobody would read
             // what it gets. A new file opens as soon as the directory is back.
             file.Close();
@@ -120,7 +164,7 @@ void CheckLogFile(LogContext& log, MSEL now) {
             strcpy(closed, file.Name());
             file.Close();
             ForgetCounters(file);
-            if (ListLogFile(log.logFileList_, closed))
+            if (log.logFileList_.List(closed))
                 log.logFileList_.totalLogBytes += static_cast<int32_t>(GetFileSizeByName(closed));
         }
     }

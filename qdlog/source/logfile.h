@@ -1,10 +1,14 @@
 // The one open log file and its counters, driven from the event road under lock_.
 //
-// Lines reach the system whole: the stream's buffer takes a line only when all of
-// it fits, and is flushed first otherwise, and every write of the file is an
-// append. So writers in several processes that share a file (two starts in the
-// same second, or a start that goes on with the newest old file) interleave whole
-// lines and never tear or overwrite one another's.
+// Lines reach the system whole. The file keeps its own buffer of whole lines and
+// hands it over with write(2) on the stream's descriptor (the C stream itself
+// buffers nothing), and every write of the file is an append. So writers in
+// several processes that share a file (two starts in the same second, or a start
+// that goes on with the newest old file) interleave whole lines and never tear or
+// overwrite one another's. When the system takes only part of the buffer (a full
+// disk, a file size limit), the piece of a line that went in is cut off the file
+// again, and the lines not written stay in the buffer for the next flush: a reader
+// never sees half a line, and nothing is lost while the buffer has room.
 #pragma once
 
 #include <cstdint>
@@ -19,9 +23,9 @@ constexpr int kLogPathChars = 512;
 
 class LogFile : public CFile {
 public:
-    // The stream's buffer: lines up to this size are handed to the system with
-    // others, a longer one on its own.
-    static constexpr int kStreamBufferBytes = 16384;
+    // Lines gather here up to this size between flushes; a longer line goes to the
+    // system on its own.
+    static constexpr int kBufferBytes = 16384;
 
     LogFile() = default;
     ~LogFile() { Close(); }
@@ -32,25 +36,38 @@ public:
     // "wb" makes a new file, "rb+" goes on with an existing one. On success the path
     // is kept and linesToFlush_ is 0.
     bool Open(const char* path, const char* mode);
-    // Closing flushes what the stream holds; it must succeed.
-    void Close() { CFile::Close(true); }
+    // Closing writes out what is buffered first; the close must succeed.
+    void Close();
     // The path while open, else "".
     const char* Name() const { return fp_ ? path_ : ""; }
 
     // One line: the head, the text and CR LF, or for raw text (type 31) the text
-    // alone. Only lines with a head count towards linesToFlush_.
+    // alone. Only lines with a head count towards linesToFlush_. A line that finds
+    // the buffer full and the system refusing it is dropped.
     void WriteLine(bool withHead, const char* head, int headLen, const char* text, int textLen);
-    // fflush, and linesToFlush_ back to 0.
+    // Hands the buffered lines to the system, and linesToFlush_ back to 0.
     void Flush();
-    // Whether the path still names the open file (its directory may have been
-    // removed meanwhile).
-    bool IsStillAtItsPath() const;
+    // Whether the file has left its path: the path (or a directory above it) is gone
+    // or names another file. A path that the system will not look at (a directory
+    // made unreadable) does not count: the open file still takes lines.
+    bool IsGoneFromItsPath() const;
+    // Whether `path` names the open file: the deletion rules never take it.
+    bool IsOpenAt(const char* path) const;
 
     int64_t bytesWritten_ = 0;
     int32_t linesToFlush_ = 0;
 
 private:
-    char streamBuffer_[kStreamBufferBytes];
+    // Writes the buffer out as far as the system takes it; true when all went.
+    bool WriteOut();
+    // A line longer than the buffer, on its own.
+    void WriteLong(const char* head, int headLen, const char* text, int textLen, bool lineEnd);
+
+    char buffer_[kBufferBytes];
+    size_t pending_ = 0;
+    // A line that could be neither written whole nor taken back ends the file: the
+    // next write starts on a fresh line.
+    bool tornTail_ = false;
 };
 
 // The path of a log file named `name` in `dir`: the directory, a '\' unless it

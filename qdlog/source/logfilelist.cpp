@@ -19,15 +19,11 @@ void LogContext::LogFileList::StopWorker() {
     initThread = 0;
 }
 
-bool ListLogFile(LogContext::LogFileList& list, const char* path) {
-    return list.listSet.insert(path).second;
-}
-
 bool ListFoundLogFile(LogContext& log, const char* dir, const char* path) {
     char listed[kLogPathChars];
     if (!ComposeLogPath(dir, GetFileNamePart(path), listed)) return false;
     LogLock lock(log);
-    if (!lock.Held() || !ListLogFile(log.logFileList_, listed)) return false;
+    if (!lock.Held() || !log.logFileList_.List(listed)) return false;
     log.logFileList_.totalLogBytes += GetFileSizeByName(listed);
     return true;
 }
@@ -38,21 +34,18 @@ bool IsLogFile(bool isDirectory, const char* path) {
     return !isDirectory && MatchingString(GetFileNamePart(path), kLogFileNamePattern);
 }
 
-// The first sweep's callback, per entry of the directory: lists the file, and at
+// The first sweep's callback, per entry of the directory (`param` is the context
+// being built): lists the file, and at
 // the 5000th hands the rest of the directory to the worker and ends the search.
-bool ScanLogFile(void* /*param*/, bool isDirectory, const char* path) {
+bool ScanLogFile(void* param, bool isDirectory, const char* path) {
     if (!IsLogFile(isDirectory, path)) return true;
-    LogContext& log = GetLogContext();
+    LogContext& log = *static_cast<LogContext*>(param);
     QDR_CHECK(!log.logFileList_.exitFlag);
     LogLock lock(log);
     ListFoundLogFile(log, QDLogGetDir(), path);
     if (log.logFileList_.listSet.size() < static_cast<size_t>(kFirstSweepFiles)) return true;
-    // The report shows these expressions as written.
-    // clang-format off
-    QDR_CHECK(((OSThread)0) == log.logFileList_.initThread);
-    if (log.logFileList_.initThread) return false;
+    QDR_CHECK_OR_RETURN(((OSThread)0) == log.logFileList_.initThread, false);
     QDR_CHECK(OSCreateThread(&log.logFileList_.initThread, &log.logFileList_.initThreadID, LogContext::LogFileList::InitWoker, 0, 0 ));
-    // clang-format on
     return false;
 }
 
@@ -70,14 +63,24 @@ bool InitWokerFile(void* count, bool isDirectory, const char* path) {
 
 // Measures, unlinks and forgets the listed file; its size leaves totalLogBytes.
 // A file that cannot be deleted is forgotten all the same, until the next run's
-// sweep; one that vanished measures -1, which leaves the sum one too high.
-int64_t DeleteListedFile(LogContext& log, LogPathSet::iterator it) {
+// sweep; one that vanished measures -1, which leaves the sum one too high. `it`
+// moves on to the next path.
+int64_t DeleteListedFile(LogContext& log, LogPathSet::iterator& it) {
     const int64_t sz = GetFileSizeByName(it->c_str());
     QDR_CHECK(log.logFileList_.totalLogBytes >= sz);
     os::DeleteFile(it->c_str());
-    log.logFileList_.listSet.erase(it);
     log.logFileList_.totalLogBytes -= sz;
+    it = log.logFileList_.listSet.erase(it);
     return sz;
+}
+
+// A listed path may name the open file: the worker's sweep lists whatever the
+// directory holds, and the first opening goes on with the newest old file. Linux
+// unlinks an open file without a word, and every line written to it afterwards
+// would be lost, so the rules pass it by, known by its identity, not its name. It
+// stays listed; its switch then adds nothing to the sum.
+bool IsOpenLogFile(const LogContext& log, LogPathSet::iterator it) {
+    return log.logFile_.IsOpenAt(it->c_str());
 }
 
 // The rules' common start: the preconditions, then whether the rule is due.
@@ -99,8 +102,8 @@ unsigned LogContext::LogFileList::InitWoker(void* /*param*/) {
     return 0;
 }
 
-bool SweepLogDirectory(LogContext& /*log*/) {
-    return SearchFilesEx(QDLogGetDir(), "*.log", false, ScanLogFile, nullptr);
+bool SweepLogDirectory(LogContext& log) {
+    return SearchFilesEx(QDLogGetDir(), "*.log", false, ScanLogFile, &log);
 }
 
 int CleanByAge(LogContext& log, MSEL now, uint32_t tick) {
@@ -109,8 +112,8 @@ int CleanByAge(LogContext& log, MSEL now, uint32_t tick) {
     LogPathSet& listSet = log.logFileList_.listSet;
     const int64_t holdMs = static_cast<int64_t>(log.holdSeconds_) * 1000;
     int deleted = 0;
-    while (!listSet.empty()) {
-        const std::string& path = *listSet.begin();
+    for (auto it = listSet.begin(); it != listSet.end();) {
+        const std::string& path = *it;
         const char* separator = FindLastAnyCharOfStr(path.c_str(), "\\/");
         if (!separator) {
             QDR_CHECK(false);
@@ -132,7 +135,11 @@ int CleanByAge(LogContext& log, MSEL now, uint32_t tick) {
         }
         // The set is in order of birth: the first young file ends the run.
         if (!IsElapsed(now, born, holdMs)) break;
-        DeleteListedFile(log, listSet.begin());
+        if (IsOpenLogFile(log, it)) {
+            ++it;
+            continue;
+        }
+        DeleteListedFile(log, it);
         deleted = 1;
     }
     log.lastHoldCheckTick_ = tick;
@@ -158,8 +165,12 @@ int CleanByReserve(LogContext& log, int disk_reserve_MBytes, uint32_t tick) {
     int64_t need = static_cast<int64_t>(disk_reserve_MBytes) * 1024 * 1024 - freeBytes;
     int deleted = 0;
     LogPathSet& listSet = log.logFileList_.listSet;
-    while (need > 0 && !listSet.empty()) {
-        need -= DeleteListedFile(log, listSet.begin());
+    for (auto it = listSet.begin(); need > 0 && it != listSet.end();) {
+        if (IsOpenLogFile(log, it)) {
+            ++it;
+            continue;
+        }
+        need -= DeleteListedFile(log, it);
         deleted = 1;
     }
     log.lastReserveCheckTick_ = tick;
@@ -170,9 +181,14 @@ int CleanByCount(LogContext& log, int maxFileNum, uint32_t tick) {
     QDR_CHECK(maxFileNum > 0);
     if (!IsRuleDue(log, maxFileNum > 0, tick, log.lastFileNumCheckTick_)) return 0;
     LogPathSet& listSet = log.logFileList_.listSet;
-    while (listSet.size() > static_cast<size_t>(maxFileNum)) {
-        os::DeleteFile(listSet.begin()->c_str());
-        listSet.erase(listSet.begin());
+    for (auto it = listSet.begin();
+         listSet.size() > static_cast<size_t>(maxFileNum) && it != listSet.end();) {
+        if (IsOpenLogFile(log, it)) {
+            ++it;
+            continue;
+        }
+        os::DeleteFile(it->c_str());
+        it = listSet.erase(it);
     }
     log.lastFileNumCheckTick_ = tick;
     return 0;

@@ -20,10 +20,6 @@ constexpr int kWorkerPauseFiles = 512;
 // Least time between two runs of one rule, in ticks (ms).
 constexpr uint32_t kRuleIntervalMs = 60000;
 
-// Adds a closed file's full path; true when it was not listed yet (the caller then
-// adds its size to totalLogBytes).
-bool ListLogFile(LogContext::LogFileList& list, const char* path);
-
 // Lists a log file that a sweep of `dir` found at `path` (the finder's full path),
 // under lock_ for this one insertion. It is listed as the
 // writer names the files of `dir` (ComposeLogPath), so that the files of one

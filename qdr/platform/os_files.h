@@ -109,25 +109,29 @@ FILE* OpenFile(const char* path, const char* mode);
 // The stream of a log file: every write on it is an append (O_APPEND), so writers
 // in several processes never overwrite one another. "wb" creates the file but,
 // unlike fopen, does not cut a file that another process created since the caller
-// looked; "rb+" opens an existing one. Either stream only writes, so its whole
-// buffer is free after each flush. Other modes are refused.
+// looked; "rb+" opens an existing one. Other modes are refused. Its user writes
+// past the stream (AppendToStreamFile); the descriptor may also read, so that a
+// piece of a line can be checked before it is cut off again.
 FILE* OpenAppendingStream(const char* path, const char* mode);
 // The size of the file under a stream, as the system has it: bytes still in the
 // stream's buffer do not count. -1 on failure.
 int64_t FileSizeOfStream(FILE* stream);
 // Sets the end of the file under a stream, which the caller has flushed.
 bool SetStreamFileLength(FILE* stream, int64_t length);
-// fwrite without the stream's own lock, for a stream that a lock of the caller
-// already guards: a copy into the stream's buffer while it has room, else
-// fwrite_unlocked. The number of bytes taken.
-size_t WriteStreamUnlocked(FILE* stream, const void* data, size_t bytes);
-// Bytes written into the stream's buffer that have not reached the system yet.
-size_t PendingStreamBytes(FILE* stream);
-// Whether `path` still names the file under the stream: false once the file, or a
-// directory above it, was removed or replaced.
-bool IsStreamAtPath(FILE* stream, const char* path);
-// Hands bytes straight to the system, in one write where the system allows, past
-// the stream's buffer (which the caller has flushed). False when not all went.
-bool WriteStreamDirect(FILE* stream, const void* data, size_t bytes);
+// Hands bytes to the file under the stream with write(2), past the stream's own
+// buffer (which its user leaves empty). Returns how many reached the file: all of
+// them, or fewer when the system refused the rest (a full disk, a file size limit).
+size_t AppendToStreamFile(FILE* stream, const void* data, size_t bytes);
+// Cuts the last `bytes` bytes off the file under the stream, provided they are the
+// bytes of `tail`, so that a piece of a line that a short write left is taken back
+// and nothing that another process appended since is lost. False when they are not
+// (or the file cannot be cut).
+bool CutStreamFileTail(FILE* stream, const void* tail, size_t bytes);
+// How `path` stands to the file under the stream: kSame, kOther when the path (or
+// a directory above it) is missing or names another file, and kUnknown when the
+// system does not tell (a directory that may not be searched): the stream may well
+// still be the file at that path.
+enum class PathMatch { kSame, kOther, kUnknown };
+PathMatch StreamFileAtPath(FILE* stream, const char* path);
 
 }  // namespace os

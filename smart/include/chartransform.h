@@ -12,3 +12,23 @@
 
 void Utf8ToUnicode(const char* utf8_txt, int utf8_len, char16_t* out_buf, int* out_len);
 void UnicodeToUtf8(const char16_t* unicode_txt, int unicode_len, char* out_buf, int* out_len);
+
+// The GB pair: code page 936 (GBK, the superset of GB2312) by the library's own
+// tables, whatever the machine's code page. Same buffer rules as above, but a
+// failure returns false with *out_len = -1, and the whole text converts or nothing:
+//   UnicodeToGb2312(u"中文", 2, buf, &(len = 5))  -> D6 D0 CE C4, len 4
+//   UnicodeToGb2312(u"中文", 2, buf, &(len = 4))  -> false, len -1 (no room for 0)
+//   UnicodeToGb2312(u"\u0100", 1, ...)             -> A8 A1 (a best fit: reads back U+0101)
+bool UnicodeToGb2312(const char16_t* unicode_txt, int unicode_len, char* out_buf, int* out_len);
+bool Gb2312ToUnicode(const char* gb2312_txt, int gb2312_len, char16_t* out_buf, int* out_len);
+
+// Error values of the single-character steps.
+enum { kGbTooShort = -38, kGbNoMapping = -22 };
+
+// One character from `left` bytes: the bytes read (1 or 2), or an error value. A
+// byte with no row behind it, or followed by a 0, is a code point of its own value;
+// 0x80 alone is U+20AC.  {D6 D0} -> U+4E2D, 2;  {81 7F} -> -22;  {D6} -> U+00D6, 1
+int Gb2312CharToUnicode(const unsigned char* bytes, int left, char16_t* code);
+// One code point into `out` (room for `capacity` bytes): the bytes written, or an
+// error value.  U+20AC -> {80}, 1;  U+4E2D -> {D6 D0}, 2;  U+00E9 -> -22
+int UnicodeCharToGb2312(char16_t code, unsigned char* out, int capacity);

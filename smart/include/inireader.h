@@ -23,14 +23,14 @@
 
 class IniReader {
 public:
-    // Larger files are not read: a configuration is a few hundred bytes, and the
-    // reader of qdlog.ini runs twice a second under the engine's lock. Each new key
-    // moves the keys behind it, so the worst file of this size (every line a new
-    // key) takes about 5 ms (bench/config_bench.cpp); 64 KiB take 63 ms, 1 MiB 16 s.
-    static constexpr int32_t kMaxFileBytes = 16 * 1024;
+    // Of a larger file only this much is read, up to its last whole line: a
+    // configuration is a few hundred bytes, and the reader of qdlog.ini runs twice a
+    // second under the engine's lock.
+    static constexpr int32_t kMaxFileBytes = 1024 * 1024;
 
-    // Reads and parses the file. A file that cannot be read, is empty or larger than
-    // kMaxFileBytes leaves an empty reader, which answers every lookup with its default.
+    // Reads and parses the file; of a file larger than kMaxFileBytes, the whole lines
+    // within that bound. A file that cannot be read or is empty leaves an empty
+    // reader, which answers every lookup with its default.
     explicit IniReader(const char* path);
     IniReader(const IniReader&) = delete;
     IniReader& operator=(const IniReader&) = delete;
@@ -53,7 +53,8 @@ public:
     int32_t SectionCount() const { return m_sectionMap.size(); }
 
 private:
-    bool ReadContent(const char* path, int& len);
+    bool ReadContent(const char* path, int64_t size, int& len);
+    bool ReadHead(const char* path, int& len);
     void Parse(int len);
 
     Binary m_content;

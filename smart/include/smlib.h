@@ -1,11 +1,15 @@
 // Whole-file text reading and writing with byte-order detection, and whole-file
 // reading into a binary block. Narrow text is UTF-8: whatever the file's encoding,
-// the readers hand over UTF-8, and the writers take it.
+// the readers hand over UTF-8, and the writers take it. The rest of the small
+// library (compressed block, hexadecimal forms, task split) is included from here.
 #pragma once
 
 #include <string>
 
 #include "binary.h"
+#include "compressbuffer.h"
+#include "hexstr.h"
+#include "worktasks.h"
 
 // The file's encoding by its byte-order mark.
 enum TextFileType : int {

@@ -181,7 +181,8 @@ public:
             static_cast<unsigned char*>(alloc_.malloc(static_cast<size_t>(bytes)));
         if (!block) {
             QDR_CHECK(false);
-            held.MoveTo(*this);
+            // The old contents stay: moved back when they were held, else never left.
+            if (!held.IsEmpty()) held.MoveTo(*this);
             return false;
         }
         QDR_CHECK(Release());

@@ -7,7 +7,12 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <vector>
+
+#include "cfile.h"
+#include "chartransform.h"
 #include "qdfdk.h"
+#include "smartbuf.h"
 #include "smlib.h"
 #include "strtmpl.h"
 
@@ -30,13 +35,13 @@ int ReadInt(const char* text) {
 
 IniReader::IniReader(const char* path) {
     int len = 0;
-    if (ReadContent(path, len)) Parse(len);
+    const int64_t size = path ? GetFileSizeByName(path) : -1;
+    if (size > kMaxFileBytes ? ReadHead(path, len) : ReadContent(path, size, len)) Parse(len);
 }
 
-// False for a file that cannot be read, is too large, or is empty.
-bool IniReader::ReadContent(const char* path, int& len) {
-    const int64_t size = path ? GetFileSizeByName(path) : -1;
-    if (size < 1 || size > kMaxFileBytes) return false;
+// False for a file that cannot be read or is empty.
+bool IniReader::ReadContent(const char* path, int64_t size, int& len) {
+    if (size < 1) return false;
     auto measure = [&] {
         len = 0;
         return ReadWholeTextFileEx(path, nullptr, len) && len > 0 &&
@@ -60,6 +65,49 @@ bool IniReader::ReadContent(const char* path, int& len) {
     return m_content.SetLength(len + 1, true);
 }
 
+// The first kMaxFileBytes of a larger file, as narrow text like the whole-file
+// reader's, up to the last line break in them: the line that the bound cuts is
+// left out, so that no key gets half a value.
+bool IniReader::ReadHead(const char* path, int& len) {
+    len = 0;
+    CFile file;
+    if (!file.Open(path, "rb")) return false;
+    Binary raw;
+    if (!raw.SetLength(kMaxFileBytes, false)) return false;
+    unsigned char* bytes = raw.Get();
+    const int32_t got = static_cast<int32_t>(fread(bytes, 1, kMaxFileBytes, file));
+    if (got >= 2 && (bytes[0] == 0xFF || bytes[0] == 0xFE) && bytes[1] == (bytes[0] ^ 0x01)) {
+        const bool bigEndian = bytes[0] == 0xFE;
+        const int units = (got - 2) / 2;
+        SmartBuf<char16_t, 0> wide(units + 1);
+        if (!wide.Get()) return false;
+        for (int i = 0; i < units; ++i) {
+            const unsigned char* unit = bytes + 2 + i * 2;
+            wide.Get()[i] = bigEndian ? static_cast<char16_t>(unit[0] << 8 | unit[1])
+                                      : static_cast<char16_t>(unit[1] << 8 | unit[0]);
+        }
+        int needed = 0;
+        UnicodeToUtf8(wide.Get(), units, nullptr, &needed);
+        if (needed < 1 || !m_content.SetLength(needed + 1, false)) return false;
+        int written = needed + 1;
+        UnicodeToUtf8(wide.Get(), units, (char*)m_content.Get(), &written);
+        len = written;
+    } else {
+        const int32_t skip = got >= 3 && memcmp(bytes, "\xEF\xBB\xBF", 3) == 0 ? 3 : 0;
+        if (!m_content.Set(bytes + skip, got - skip)) return false;
+        len = got - skip;
+    }
+    const char* text = reinterpret_cast<const char*>(m_content.Data());
+    while (len > 0 && text[len - 1] != '\n' && text[len - 1] != '\r') --len;
+    if (len == 0 || !m_content.SetLength(len + 1, true)) {
+        m_content.Clear();
+        len = 0;
+        return false;
+    }
+    m_content.Get()[len] = 0;
+    return true;
+}
+
 void IniReader::Parse(int len) {
     // clang-format off
     QDR_CHECK(!m_content.IsEmpty() && 0==m_sectionMap.size());
@@ -78,6 +126,11 @@ void IniReader::Parse(int len) {
         if (!ps.IsEmpty()) lines[kept++] = ps;
     }
 
+    // The keys in file order, each with its section.
+    struct Entry {
+        PtrStr section, key, value;
+    };
+    std::vector<Entry> entries;
     PtrStr section;
     for (int32_t i = 0; i < kept; ++i) {
         const PtrStr& ps = lines[i];
@@ -96,9 +149,23 @@ void IniReader::Parse(int len) {
         PtrStr value = ps.Mid(equal + 1);
         key.Trim(kBlanks);
         value.Trim(kBlanks);
-        // insert keeps the value that stands: the first of a repeated key.
-        m_sectionMap[section].insert(QuickStringItem<PtrStr>(key, value));
+        entries.push_back({section, key, value});
     }
+
+    // Into the sorted sets in their own order, so that every insertion lands at the
+    // end and moves nothing: a file of many keys costs n log n, not n squared. The
+    // sort is stable, and insert keeps the value that stands, so the first of a
+    // repeated key wins as in file order.
+    const QuickStringValues order;
+    auto compare = [&order](const PtrStr& a, const PtrStr& b) {
+        return order.CompareKeys(a.p, a.len, b.p, b.len);
+    };
+    std::stable_sort(entries.begin(), entries.end(), [&](const Entry& a, const Entry& b) {
+        const int bySection = compare(a.section, b.section);
+        return bySection != 0 ? bySection < 0 : compare(a.key, b.key) < 0;
+    });
+    for (const Entry& entry : entries)
+        m_sectionMap[entry.section].insert(QuickStringItem<PtrStr>(entry.key, entry.value));
 }
 
 int IniReader::GetString(const char* section, const char* key, const char* defaultVal, char* out,

@@ -332,8 +332,11 @@ bool IsWholeWord(const TCHAR* text, int wordPos, int textLen, int wordLen, bool 
     textLen = MeasureIfNegative(text, textLen);
     if (wordLen < 0) wordLen = textLen - wordPos;
     const bool inside = wordPos >= 0 && wordLen > 0 && wordPos <= textLen - wordLen;
-    QDR_CHECK(inside);
-    if (!inside) return false;
+    // The word must lie inside the text; the report says "(false)".
+    if (!inside) {
+        QDR_CHECK(false);
+        return false;
+    }
     return StandsAsWord(text, textLen, wordPos, wordLen, digitStart);
 }
 

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
 
 // A heap block of exactly `len` units (plus a terminator when asked for).
@@ -60,3 +61,17 @@ template <class RUN>
 void ExpectNarrowAndWideAgree(RUN run) {
     if (run(char()) != run(char16_t())) FuzzFinding("narrow and wide differ");
 }
+
+// While one lives, a failed check whose expression is in `exprs` (as the report
+// shows it, e.g. "(false)") is answered Ignore: a refusal that the design reports.
+// Any other failed check still stops the run.
+class ExpectedReports {
+public:
+    explicit ExpectedReports(std::initializer_list<const char*> exprs);
+    ~ExpectedReports();
+    ExpectedReports(const ExpectedReports&) = delete;
+    ExpectedReports& operator=(const ExpectedReports&) = delete;
+
+private:
+    size_t previous_;
+};

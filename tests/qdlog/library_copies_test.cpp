@@ -56,3 +56,27 @@ TEST(LibraryCopies, SecondCopyFromOneDirectoryIsReported) {
     EXPECT_EQ(std::string::npos, out.find("Assertion Failed", report + 1)) << out;
     EXPECT_NE(std::string::npos, out.find("loaded 2")) << out;
 }
+
+// A host on the library and a plug-in with its own copy from another directory:
+// the copy's calls of its own exports (the directory getter, the setters) bind
+// inside the copy, so each writes into the directory it was given.
+TEST(LibraryCopies, APluginsOwnCopyLogsIntoItsOwnDirectory) {
+    ScratchDir scratch("plugin");
+    const fs::path copy = scratch.Path() / "plugin" / "libqdlog_9d.so";
+    fs::create_directories(copy.parent_path());
+    fs::copy_file(QDLOG_LIBRARY_FILE, copy);
+    ChildProcess child({PLUGIN_HOST, scratch / "host-logs", copy.string(), scratch / "plugin-logs"},
+                       {"QDR_ASSERT_ANSWER=ignore", "XDG_STATE_HOME=" + (scratch / "state")});
+    const std::string out = child.ReadAll();
+    ASSERT_EQ(0, child.Wait()) << out;
+    const auto linesIn = [](const fs::path& dir) {
+        std::string all;
+        for (const auto& entry : fs::directory_iterator(dir)) all += Contents(entry.path());
+        return all;
+    };
+    const std::string host = linesIn(scratch.Path() / "host-logs");
+    const std::string plugin = linesIn(scratch.Path() / "plugin-logs");
+    EXPECT_NE(std::string::npos, host.find(":host again\r\n")) << host;
+    EXPECT_EQ(std::string::npos, host.find(":plugin")) << host;
+    EXPECT_NE(std::string::npos, plugin.find(":plugin\r\n")) << plugin;
+}

@@ -2,6 +2,8 @@
 // the switch, the flush threshold as another reader sees it, whole lines, and a
 // directory that goes away and comes back. Local time is UTC+8 (TZ=CST-8).
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
 
 #include <filesystem>
 #include <fstream>
@@ -13,6 +15,7 @@
 #include "logfilelist.h"
 #include "report_capture.h"
 #include "scratch_dir.h"
+#include "unwritable_dir.h"
 
 namespace {
 
@@ -136,7 +139,7 @@ TEST_F(LogFileWriter, SwitchesAtTheFirstEventOfTheNextSecond) {
     PrintAt(0, manyLines.c_str(), kSampleMSEL + 800);  // 12:12:00.923, past the limit
     EXPECT_EQ(Named("log20161118121200.log"), QDLogGetFileName());
     Write(OnDisk("log20161118000000.log"), "small");
-    ListLogFile(List(), Named("log20161118000000.log").c_str());
+    List().List(Named("log20161118000000.log").c_str());
     List().totalLogBytes += 5;
 
     PrintAt(0, "next", kSampleMSEL + 1000);
@@ -214,6 +217,63 @@ TEST_F(LogFileWriter, ADirectoryRemovedWhileLoggingIsTakenUpAgainWhenItIsBack) {
     Write(OnDisk("plain"), "x");
     EXPECT_EQ(0, QDLogSetDir((dir_ / "plain/sub").c_str()));
     EXPECT_EQ(dir_.Text(), QDLogGetDir());
+}
+
+// A directory that may not be searched says nothing about the open file: it keeps
+// taking lines, and none is lost.
+TEST_F(LogFileWriter, AnUnsearchableDirectoryKeepsTheOpenFile) {
+    PrintAt(0, "before", kSampleMSEL);
+    fs::permissions(dir_.Path(), fs::perms::none);
+    {
+        UnwritableDir asAnotherUser(dir_.Text());
+        for (int i = 1; i <= 3; ++i) PrintAt(0, "while", kSampleMSEL + i * 1000);
+    }
+    fs::permissions(dir_.Path(), fs::perms::owner_all);
+    EXPECT_EQ(Named("log20161118121200.log"), QDLogGetFileName());
+    CloseFile();
+    EXPECT_EQ(4, WholeLines(Contents(OnDisk("log20161118121200.log"))));
+}
+
+// A write cut short by a file size limit takes the cut line back out of the file;
+// the lines that did not go wait in the buffer, and once the limit is lifted every
+// line in the file is whole, in order, and all that the buffer held arrived.
+TEST_F(LogFileWriter, LinesCutByAFileSizeLimitAreTakenBackAndWrittenWholeLater) {
+    QDLogSetFlushLines(10);
+    rlimit saved;
+    ASSERT_EQ(0, getrlimit(RLIMIT_FSIZE, &saved));
+    signal(SIGXFSZ, SIG_IGN);
+    rlimit limited = saved;
+    limited.rlim_cur = 64 * 1024;
+    ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &limited));
+    const std::string padding(997, 'p');
+    int sent = 0;
+    for (; sent < 90; ++sent) PrintAt(0, (std::to_string(sent) + padding).c_str(), kSampleMSEL);
+    const std::string path = OnDisk("log20161118121200.log");
+    bool cut = true;
+    const int atTheLimit = WholeLines(Contents(path), &cut);
+    EXPECT_FALSE(cut);
+    EXPECT_LE(Contents(path).size(), limited.rlim_cur);
+    ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &saved));
+    for (; sent < 100; ++sent) PrintAt(0, (std::to_string(sent) + padding).c_str(), kSampleMSEL);
+    CloseFile();
+    signal(SIGXFSZ, SIG_DFL);
+
+    const std::string all = Contents(path);
+    std::vector<int> numbers;
+    std::istringstream lines(all);
+    for (std::string line; std::getline(lines, line);) {
+        ASSERT_EQ(kHead, line.substr(0, kHead.size()));
+        ASSERT_EQ(padding + "\r", line.substr(line.size() - padding.size() - 1));
+        numbers.push_back(std::stoi(line.substr(kHead.size())));
+    }
+    EXPECT_EQ(static_cast<int>(numbers.size()), WholeLines(all));
+    // The buffer held the lines behind the limit up to its size; those after them
+    // and before the lift are the ones lost.
+    const int kept = LogFile::kBufferBytes / (static_cast<int>(kHead.size()) + 1000);
+    EXPECT_GE(static_cast<int>(numbers.size()), atTheLimit + kept + 10);
+    for (size_t i = 0; i + 1 < numbers.size(); ++i) EXPECT_LT(numbers[i], numbers[i + 1]);
+    for (int i = 0; i < atTheLimit + kept; ++i) EXPECT_EQ(i, numbers[i]);
+    EXPECT_EQ(99, numbers.back());
 }
 
 TEST_F(LogFileWriter, WithTheFileOffNoFileIsMade) {

@@ -3,6 +3,7 @@
 // handle. Local time is UTC+8 (TZ=CST-8).
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <utility>
@@ -102,7 +103,7 @@ TEST_F(Retention, ANameWithoutAReadableDateStopsTheAgeRuleThereAtEveryEvent) {
         SCOPED_TRACE(path);
         ResetLogFileList(1);
         Sweep(dir_, {{"log20161101000000.log", 5}});
-        ListLogFile(GetLogContext().logFileList_, path.c_str());
+        GetLogContext().logFileList_.List(path.c_str());
         ReportCapture reports;
         Clean(kNow, kTick);
         Clean(kNow, kTick + 1);
@@ -205,6 +206,34 @@ TEST_F(Retention, FilesItCannotDeleteLeaveTheListAndLoggingGoesOn) {
     EXPECT_EQ(0, reports.Count());
     GetLogContext().logFile_.Close();
     EXPECT_NE(std::string::npos, Contents(dir_ / "log20161118121200.log").find("while locked"));
+}
+
+// The worker lists whatever the directory holds, the file in use too, and the
+// first opening continues the newest old file even when it is past its life. No
+// rule may unlink it: Linux would, and every line after would be lost.
+TEST_F(Retention, NoRuleDeletesTheOpenFile) {
+    Sweep(dir_, {{"log20161101000000.log", 10}, {"log20161102000000.log", 20}});
+    SetTicks(GetTickCount());
+    QDLogToFile(1);
+    PrintAt(0, "first", kNow);  // continues log20161102000000.log
+    const std::string open = Listed("log20161102000000.log");
+    ASSERT_EQ(open, QDLogGetFileName());
+    for (const auto& rule : {std::make_pair(3, 0), std::make_pair(0, 1)}) {
+        LogContext& log = GetLogContext();
+        log.logFileList_.List(open.c_str());  // as the worker would
+        log.logFileList_.totalLogBytes += 20;
+        QDLogSetLife(rule.first);
+        QDLogSetMaxFileNum(rule.second);
+        // All the room the disk has and more: the reserve rule would take every file.
+        QDLogSetReserve(static_cast<int>(GetDiskSpace(dir_.Text().c_str()) >> 20) + 1024, 0);
+        SetTicks(GetTickCount() - 120000);
+        PrintAt(0, "after", kNow + 30LL * 86400 * 1000);
+        EXPECT_TRUE(OnDisk("log20161102000000.log"));
+        EXPECT_FALSE(OnDisk("log20161101000000.log"));
+    }
+    GetLogContext().logFile_.Close();
+    const std::string lines = Contents(dir_ / "log20161102000000.log");
+    EXPECT_EQ(3, std::count(lines.begin(), lines.end(), '\n'));
 }
 
 // The list keeps an old directory's files. Its order is the paths', so the

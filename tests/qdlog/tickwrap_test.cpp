@@ -41,7 +41,7 @@ TEST_F(TickWrap, TheRulesNeitherStopNorRunEarlyAcrossIt) {
     QDLogEvent(0, "first");  // the ticks start 120 s back: the age rule runs
     EXPECT_FALSE(fs::exists(dir / "log20100101000000.log"));
     std::ofstream(dir / "log20100102000000.log");
-    ListLogFile(GetLogContext().logFileList_, (dir.Text() + "\\log20100102000000.log").c_str());
+    GetLogContext().logFileList_.List((dir.Text() + "\\log20100102000000.log").c_str());
     while (GetTickCount() > 0x80000000u) os::SleepMs(10);
     QDLogEvent(0, "after the wrap");  // 1.5 s after the first run: not due
     EXPECT_TRUE(fs::exists(dir / "log20100102000000.log"));

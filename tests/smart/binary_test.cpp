@@ -25,6 +25,16 @@ void* CountingFunction(void* block, size_t bytes) {
     return malloc(bytes);
 }
 
+// Refuses every allocation while set.
+bool g_refuse = false;
+void* RefusingFunction(void* block, size_t bytes) {
+    if (block) {
+        free(block);
+        return nullptr;
+    }
+    return g_refuse ? nullptr : malloc(bytes);
+}
+
 struct CountingSource : BinaryBlockSource {
     int allocs = 0, frees = 0;
     void Free(void* block) override {
@@ -135,6 +145,24 @@ TEST(XBinary, SameSizeReusesTheBlockAndAFixedOneIsRefused) {
     EXPECT_FALSE(x.Assign("ab", 2));
     EXPECT_EQ(3, reports.Count("(false)"));
     EXPECT_EQ(fixed, reinterpret_cast<char*>(x.Get()));
+}
+
+// A refused allocation keeps the old contents, whether the source lies inside the
+// block or outside it (the block would otherwise leak, which ASan reports).
+TEST(XBinary, ARefusedAllocationKeepsTheOldContents) {
+    ReportCapture reports;
+    XBinary<BinaryAllocator> x{BinaryAllocator(&RefusingFunction)};
+    Binary b{BinaryAllocator(&RefusingFunction)};
+    ASSERT_TRUE(x.Assign("old", 3));
+    ASSERT_TRUE(b.Set("old", 3));
+    g_refuse = true;
+    EXPECT_FALSE(x.Assign("longer", 6));
+    EXPECT_FALSE(x.Assign(x.Get() + 1, 2));
+    EXPECT_FALSE(b.Set("longer", 6));
+    g_refuse = false;
+    EXPECT_EQ("old", std::string(reinterpret_cast<char*>(x.Get()), x.Size()));
+    EXPECT_EQ("old", Bytes(b));
+    EXPECT_EQ(3, reports.Count("(false)"));
 }
 
 }  // namespace

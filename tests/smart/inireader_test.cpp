@@ -94,15 +94,32 @@ TEST(IniGetInt, ReadsAsAtoiAndClampsWhenAsked) {
     EXPECT_EQ(1, reports.Count("(minVal<=defaultVal && defaultVal<=maxVal)"));
 }
 
-TEST(IniFiles, EmptyMissingAndLargeFilesLeaveAnEmptyReader) {
+// Of a file beyond the bound, the keys in its whole lines within the bound count,
+// in every encoding; the line that the bound cuts is left out.
+TEST(IniFiles, OfALargeFileTheKeysWithinTheBoundApply) {
     ReportCapture reports;
-    const std::string keys = "[s]\nk=1\n";
-    const std::string atLimit = keys + std::string(IniReader::kMaxFileBytes - keys.size(), '#');
     EXPECT_EQ(0, IniReader(Written("")).SectionCount());
     EXPECT_EQ(0, IniReader(Written("# a\n \t\n\r\n")).SectionCount());
-    EXPECT_EQ(1, IniReader(Written(atLimit)).SectionCount());
-    EXPECT_EQ(0, IniReader(Written(atLimit + "#")).SectionCount());
     EXPECT_EQ(0, IniReader((kPath + ".missing").c_str()).SectionCount());
+    const std::string keys = "[s]\nk=1\n[t]\nz=2\nk=3\n";
+    const std::string huge = "long=" + std::string(IniReader::kMaxFileBytes, 'x') + "\nafter=1\n";
+    const std::string cut =
+        std::string(IniReader::kMaxFileBytes - keys.size() - 4, '#') + "\nc=12345\n";
+    for (const std::string& mark : {std::string(), std::string("\xEF\xBB\xBF")}) {
+        const IniReader ini(Written(mark + keys + huge));
+        EXPECT_EQ(1, ini.GetInt("s", "k", 0));
+        EXPECT_EQ(3, ini.GetInt("t", "k", 0));
+        EXPECT_EQ(-1, ini.GetInt("t", "long", -1));
+        EXPECT_EQ(-1, ini.GetInt("t", "after", -1));
+        const IniReader bounded(Written(mark + keys + cut));
+        EXPECT_EQ(1, bounded.GetInt("s", "k", 0));
+        EXPECT_EQ(-1, bounded.GetInt("t", "c", -1));  // "c=1" within the bound is no key
+    }
+    std::u16string wide = u"\xFEFF[s]\nk=7\n" + std::u16string(IniReader::kMaxFileBytes, u'x');
+    EXPECT_EQ(
+        7,
+        IniReader(Written(std::string(reinterpret_cast<const char*>(wide.data()), wide.size() * 2)))
+            .GetInt("s", "k", 0));
     EXPECT_EQ(0, reports.Count());
 }
 

@@ -251,30 +251,6 @@ TEST(GetFileSizeOfStream, CountsOnlyWhatReachedTheSystem) {
     EXPECT_FALSE(handle.Open(dir.Text().c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING));
 }
 
-// The log writer's unlocked writes copy into the stream's buffer while it has room
-// and hand over to fwrite otherwise: across a small buffer's edges (its first
-// write, exactly full, one byte over, larger than all of it) every byte arrives,
-// in order, and the bytes waiting are counted as the stream counts them.
-TEST(WriteStreamUnlocked, PiecesArriveWholeAndInOrderAcrossTheBuffer) {
-    ScratchDir dir("qdfdk-unlocked");
-    FILE* stream = os::OpenAppendingStream((dir / "u").c_str(), "wb");
-    ASSERT_TRUE(stream);
-    char buffer[64];
-    setvbuf(stream, buffer, _IOFBF, sizeof(buffer));
-    std::string expected;
-    size_t waiting = 0;
-    for (size_t length : {0u, 1u, 7u, 56u, 64u, 1u, 63u, 65u, 200u, 3u}) {
-        const std::string piece(length, static_cast<char>('a' + expected.size() % 26));
-        EXPECT_EQ(length, os::WriteStreamUnlocked(stream, piece.data(), piece.size()));
-        expected += piece;
-        waiting = os::PendingStreamBytes(stream);
-        EXPECT_LE(waiting, sizeof(buffer));
-        EXPECT_EQ(static_cast<int64_t>(expected.size() - waiting), os::FileSizeOfStream(stream));
-    }
-    EXPECT_EQ(0, fclose(stream));
-    EXPECT_EQ(expected, Contents(dir / "u"));
-}
-
 TEST(CheckSystemTempPath, GivesTheTemporaryDirectoryWithItsSeparator) {
     ScratchDir dir("qdfdk-temp");
     const char* saved = getenv("TMPDIR");

@@ -134,7 +134,7 @@ TYPED_TEST(Search, IsWholeWordLooksAtBothNeighbours) {
     ReportCapture reports;
     EXPECT_FALSE(IsWholeWord(text.c_str(), 11, -1, 5, true));
     EXPECT_FALSE(IsWholeWord(text.c_str(), -1, -1, 2, true));
-    EXPECT_EQ(2, reports.Count("(inside)"));
+    EXPECT_EQ(2, reports.Count("(false)"));
 }
 
 TYPED_TEST(Search, CharacterScanners) {

@@ -1,0 +1,136 @@
+// The compressed block, its source-text form, the hexadecimal forms, the task split
+// and the repeating copy.
+#include <algorithm>
+#include <climits>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "child_process.h"
+#include "report_capture.h"
+#include "smlib.h"
+
+namespace {
+
+std::vector<unsigned char> RandomBytes(size_t n) {
+    std::mt19937 rng(static_cast<unsigned>(n));
+    std::vector<unsigned char> v(n + 1);  // + 1: data() is never null
+    for (auto& b : v) b = static_cast<unsigned char>(rng());
+    v.pop_back();
+    return v;
+}
+
+size_t g_largest = 0;
+void* CountingBlocks(void* block, size_t bytes) {
+    if (block) return free(block), nullptr;
+    g_largest = std::max(g_largest, bytes);
+    return malloc(bytes);
+}
+
+TEST(CompressedBlock, RoundTripsCompressedAndStored) {
+    for (size_t size : {0u, 1u, 4096u, 10u << 20}) {
+        const std::vector<unsigned char> data = RandomBytes(size);
+        for (int minLen : {1, INT_MAX}) {
+            Binary block, back;
+            ASSERT_TRUE(CompressBuffer(data.data(), int(size), block, minLen));
+            const uint32_t flag = int(size) >= minLen ? 0x80000000u : 0;
+            EXPECT_EQ(flag | uint32_t(size), *reinterpret_cast<const uint32_t*>(block.Data()));
+            EXPECT_TRUE(flag || int(size) + 4 == block.Size());
+            ASSERT_TRUE(UncompressBuffer(block.Data(), block.Size(), back, 1)) << size;
+            ASSERT_EQ(int(size) + 1, back.Size());
+            EXPECT_EQ(0, memcmp(back.Data(), data.data(), size));
+            EXPECT_EQ(0, back.Data()[size]);
+        }
+    }
+}
+
+TEST(CompressedBlock, DecodesPythonStream) {
+    ChildProcess python({"/usr/bin/python3", "-c",
+                         "import struct, zlib; d = bytes(range(256)) * 40; print((struct.pack("
+                         "'<I', 0x80000000 | len(d)) + zlib.compress(d, 1)).hex().upper())"});
+    std::string hex = python.ReadAll();
+    ASSERT_EQ(0, python.Wait());
+    hex.erase(hex.find_last_not_of("\n") + 1);
+    Binary block, back;
+    ASSERT_TRUE(HexStrToBin(hex.c_str(), block));
+    ASSERT_TRUE(UncompressBuffer(block.Data(), block.Size(), back, 0));
+    ASSERT_EQ(10240, back.Size());
+    for (int i = 0; i < back.Size(); ++i) ASSERT_EQ(i % 256, back.Data()[i]);
+}
+
+TEST(CompressedBlock, RefusesDamagedAndHostileBlocks) {
+    auto decodes = [](std::vector<unsigned char> block) {
+        Binary out{BinaryAllocator(&CountingBlocks)};
+        const bool ok = UncompressBuffer(block.data(), int(block.size()), out, 8);
+        EXPECT_TRUE(ok || out.IsEmpty());
+        return ok;
+    };
+    const std::vector<unsigned char> data = RandomBytes(5000);
+    Binary good;
+    ASSERT_TRUE(CompressBuffer(data.data(), int(data.size()), good, 1));
+    std::vector<unsigned char> bytes(good.Data(), good.Data() + good.Size());
+    EXPECT_FALSE(decodes(std::vector<unsigned char>(bytes.begin(), bytes.end() - 7)));
+    bytes[bytes.size() / 2] ^= 0x04;
+    EXPECT_FALSE(decodes(bytes));
+    EXPECT_FALSE(decodes({0x01, 0x00, 0x00, 0x7F, 0x78}));  // header past 0x40000000
+
+    // A bomb: 10 MiB of zeros under a header that claims 1000 bytes. The block is
+    // never allocated larger than the header says.
+    const std::vector<unsigned char> zeros(10u << 20);
+    Binary bomb;
+    ASSERT_TRUE(CompressBuffer(zeros.data(), int(zeros.size()), bomb, 1));
+    std::vector<unsigned char> hostile(bomb.Data(), bomb.Data() + bomb.Size());
+    hostile[0] = 0xE8, hostile[1] = 0x03, hostile[2] = 0;
+    g_largest = 0;
+    EXPECT_FALSE(decodes(hostile));
+    EXPECT_LE(g_largest, 1008u + 64u);  // the block and its bookkeeping
+
+    ReportCapture capture;
+    EXPECT_FALSE(decodes({1, 2, 3}));
+    EXPECT_FALSE(decodes({5, 0, 0, 0, 'a', 'b'}));  // stored, in_len disagrees
+    EXPECT_EQ(2, capture.Count());
+}
+
+TEST(SmallLibrary, SourceTextAndHexReader) {
+    std::string text, fromFile;
+    BinaryToSourceText(text, "abcde", 5, 1, '\t');  // a 17-byte block: two lines
+    EXPECT_EQ(1 + 16 * 5 + 2 + 1 + 5, int(text.size()));
+    EXPECT_EQ("\t0x05,0x00,0x00,0x80,0x78,", text.substr(0, 26));
+    EXPECT_EQ("\r\n\t0x", text.substr(81, 5));
+    const std::string path = ::testing::TempDir() + "source_text.bin";
+    ASSERT_TRUE(WriteWholeTextFileEx(path.c_str(), tft_ansi, "abcde"));
+    EXPECT_EQ(text, FileToSourceText(fromFile, path.c_str(), 1, '\t'));
+    EXPECT_EQ("", FileToSourceText(fromFile, (path + ".none").c_str(), 1, '\t'));
+
+    Binary bin;  // the reader takes only what BinToHexStr writes
+    for (const char* bad : {"0a", "0", "", "0G"}) EXPECT_FALSE(HexStrToBin(bad, bin)) << bad;
+}
+
+TEST(SmallLibrary, WorkTasksPartitionAndRepeatCopy) {
+    for (int tasks = 0; tasks < 12; ++tasks)  // each task once, in rising order
+        for (int workers = 1; workers < 5; ++workers) {
+            std::vector<int> all;
+            for (int w = 0; w < workers; ++w) {
+                int mine[12];
+                const int n = GetWorkTasks(tasks, workers, w, mine);
+                EXPECT_TRUE(std::is_sorted(mine, mine + n));
+                all.insert(all.end(), mine, mine + n);
+            }
+            std::sort(all.begin(), all.end());
+            for (int k = 0; k < tasks; ++k) ASSERT_EQ(k, all.at(k));
+            EXPECT_EQ(size_t(tasks), all.size());
+        }
+    int out[3];
+    EXPECT_EQ(2, GetWorkTasks(7, 3, 1, out));
+    EXPECT_EQ(4, out[1]);
+    char buf[8] = "-------";
+    EXPECT_EQ(buf, RepeatCopy(buf, 5, "ab", 2));
+    EXPECT_STREQ("ababa--", buf);
+    ReportCapture capture;
+    RepeatCopy(buf, 3, "ab", 0);
+    EXPECT_EQ(1, capture.Count());
+}
+
+}  // namespace

@@ -1,0 +1,130 @@
+// DES against published vectors and OpenSSL's DES-ECB (legacy provider), and the
+// frame around it.
+#include <openssl/evp.h>
+#include <openssl/provider.h>
+
+#include <cstring>
+#include <random>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "des.h"
+#include "hexstr.h"
+#include "report_capture.h"
+
+namespace {
+
+std::string Hex(const void* p, int len) {
+    std::string s;
+    return BinToHexStr(p, len, s), s;
+}
+
+std::string Encipher(const char* key, int keyLen, const char* hexBlock) {
+    Binary block;
+    EXPECT_TRUE(HexStrToBin(hexBlock, block));
+    Des des(key, keyLen);
+    des.Endes(block.Data(), block.Get(), 8);
+    const std::string out = Hex(block.Data(), 8);
+    des.Dedes(block.Data(), block.Get(), 8);
+    EXPECT_EQ(hexBlock, Hex(block.Data(), 8));
+    return out;
+}
+
+TEST(Des, PublishedVectorsAndKeyFold) {
+    // FIPS 81's example, then NIST SP 800-17 variable plaintext, variable key,
+    // permutation and substitution entries.
+    EXPECT_EQ("3FA40E8A984D4815",
+              Encipher("\x01\x23\x45\x67\x89\xAB\xCD\xEF", 8, "4E6F772069732074"));
+    EXPECT_EQ("95F8A5E5DD31D900",
+              Encipher("\x01\x01\x01\x01\x01\x01\x01\x01", 8, "8000000000000000"));
+    EXPECT_EQ("95A8D72813DAA94D",
+              Encipher("\x80\x01\x01\x01\x01\x01\x01\x01", 8, "0000000000000000"));
+    EXPECT_EQ("88D55E54F54C97B4",
+              Encipher("\x10\x46\x91\x34\x89\x98\x01\x31", 8, "0000000000000000"));
+    EXPECT_EQ("690F5B0D9A26939B",
+              Encipher("\x7C\xA1\x10\x45\x4A\x1A\x6E\x57", 8, "01A1D6D039776742"));
+    // A key text folds onto 8 bytes: a 9th byte adds to byte 0 ('1' + '1' = 'b').
+    EXPECT_EQ(Encipher("b2345678", 8, "0102030405060708"),
+              Encipher("123456781", 9, "0102030405060708"));
+    EXPECT_EQ(Encipher("ab\0\0\0\0\0\0", 8, "0102030405060708"),
+              Encipher("ab", -1, "0102030405060708"));
+}
+
+TEST(Des, AgreesWithOpenSslOnRandomKeysAndBlocks) {
+    OSSL_PROVIDER* legacy = OSSL_PROVIDER_load(nullptr, "legacy");
+    EVP_CIPHER* cipher = EVP_CIPHER_fetch(nullptr, "DES-ECB", nullptr);
+    EVP_CIPHER_CTX* ctx = EVP_CIPHER_CTX_new();
+    ASSERT_TRUE(legacy && cipher && ctx);
+    std::mt19937_64 rng(17);
+    Des des;
+    for (int i = 0; i < 10000; ++i) {
+        const uint64_t words[2] = {rng(), rng()};
+        const unsigned char* key = reinterpret_cast<const unsigned char*>(&words[0]);
+        const unsigned char* plain = reinterpret_cast<const unsigned char*>(&words[1]);
+        unsigned char ours[8], theirs[8];
+        int n = 0;
+        ASSERT_EQ(1, EVP_EncryptInit_ex(ctx, cipher, nullptr, key, nullptr));
+        EVP_CIPHER_CTX_set_padding(ctx, 0);
+        ASSERT_EQ(1, EVP_EncryptUpdate(ctx, theirs, &n, plain, 8));
+        des.SetKey(key, 8);
+        des.Endes(plain, ours, 8);
+        ASSERT_EQ(Hex(theirs, 8), Hex(ours, 8)) << "block " << i;
+        des.Dedes(ours, ours, 8);
+        ASSERT_EQ(0, memcmp(plain, ours, 8)) << "block " << i;
+    }
+    EVP_CIPHER_CTX_free(ctx);
+    EVP_CIPHER_free(cipher);
+    OSSL_PROVIDER_unload(legacy);
+}
+
+TEST(DesFrame, LayoutByteForByteAndRoundTrips) {
+    // "abc": 61 62 63, padding 00, sum 0x126 as 26 01 00 00, enciphered under
+    // "12345678" (openssl enc -des-ecb -K 3132333435363738 -nopad).
+    Des des("12345678");
+    Binary frame, plain;
+    ASSERT_TRUE(des.EndesEx("abc", 3, frame));
+    EXPECT_EQ("08000000C381CFB29AAA87F6", Hex(frame.Data(), frame.Size()));
+    EXPECT_EQ(4, des.DedesEx(frame.Data(), plain, frame.Size()));
+    EXPECT_EQ("6162630000000000", Hex(plain.Data(), plain.Size()));  // sum cleared
+    std::string hex, text;
+    EXPECT_EQ("08000000C381CFB29AAA87F6", EncryptStr(hex, "12345678", "abc"));
+    EXPECT_EQ("abc", DecryptStr(text, "12345678", hex.c_str()));
+
+    for (int len = 0; len < 20; ++len) {
+        Binary exact;
+        ASSERT_TRUE(des.EndesEx("0123456789abcdefghij", len, frame));
+        EXPECT_EQ(4 + (len + 4 + 7) / 8 * 8, frame.Size()) << len;
+        ASSERT_TRUE(des.EndesExact("0123456789abcdefghij", len, frame));
+        ASSERT_TRUE(des.DedesExact(frame.Data(), exact, frame.Size()));
+        EXPECT_EQ(std::string("0123456789abcdefghij", len),
+                  std::string(exact.Data(), exact.Data() + exact.Size()));
+    }
+    std::u16string wideHex, wideText;
+    EncryptStr(wideHex, u"钥匙", u"中文 text");
+    EXPECT_EQ(2u * (4 + 24), wideHex.size());  // 9 units, 18 bytes + 4 -> 24
+    EXPECT_EQ(u"中文 text", DecryptStr(wideText, u"钥匙", wideHex.c_str()));
+}
+
+TEST(DesFrame, RefusesWrongKeyAndMalformedFrames) {
+    Des des("right"), other("wrong");
+    Binary frame, plain;
+    ASSERT_TRUE(des.EndesExact("secret text", 11, frame));
+    EXPECT_EQ(-1, other.DedesEx(frame.Data(), plain, frame.Size()));
+    EXPECT_FALSE(other.DedesExact(frame.Data(), plain, frame.Size()));
+    frame.Get()[9] ^= 0x10;
+    EXPECT_EQ(-1, des.DedesEx(frame.Data(), plain, frame.Size()));
+
+    unsigned char header[24] = {12};  // not a multiple of 8
+    EXPECT_EQ(-1, des.DedesEx(header, plain, sizeof header));
+    header[0] = 16;  // more than the frame holds
+    EXPECT_EQ(-1, des.DedesEx(header, plain, 12));
+    EXPECT_EQ(-1, des.DedesEx(header, plain, 3));
+
+    ReportCapture capture;
+    EXPECT_EQ(-1, des.DedesEx(nullptr, plain));
+    EXPECT_FALSE(des.EndesExact(nullptr, 3, frame));
+    EXPECT_EQ(2, capture.Count("(false)"));
+}
+
+}  // namespace
