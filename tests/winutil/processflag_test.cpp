@@ -151,12 +151,9 @@ TEST_F(ProcessFlagTest, StoreValueSurvivesKillDuringWrite) {
 TEST_F(ProcessFlagTest, StoreRefusesBadKeysAndOversizedValues) {
     EXPECT_TRUE(RegCreateKey(HKEY_CURRENT_USER, "Software\\T"));
     EXPECT_FALSE(RegCreateKey(HKEY_CURRENT_USER, "Software\\T"));  // existed: false
-    EXPECT_TRUE(RegKeyExists(HKEY_CURRENT_USER, "Software/T"));
     for (const char* bad : {"", "Software\\..\\x", "Software\\\\T", "\\Software"})
         EXPECT_FALSE(RegCreateKey(HKEY_CURRENT_USER, bad)) << bad;
-    EXPECT_FALSE(RegKeyExists(HKEY_CURRENT_USER, nullptr));
     EXPECT_FALSE(RegWriteString(HKEY_CURRENT_USER, "Software\\T", "v", ""));
-    EXPECT_FALSE(RegWriteString(HKEY_CURRENT_USER, "Software\\T", "a/b", "x"));
     EXPECT_FALSE(RegWriteString(HKEY_CURRENT_USER, "Software\\Missing", "v", "x"));
     EXPECT_TRUE(RegWriteString(HKEY_CURRENT_USER, "Software\\T", "v", "abc"));
     EXPECT_EQ(3, std::filesystem::file_size(scratch_.Path() /
