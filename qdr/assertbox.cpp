@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "diagnostics/stackwalker.h"
 #include "qdmsel.h"
 
 // Every text of the report has a fixed capacity and is cut when it does not fit.
@@ -167,12 +168,16 @@ int qdr_vAssertPrintfBox(const char* file, int line, const char* expr, const cha
              static_cast<int>(os::CurrentProcessId()), static_cast<int>(tid), tid, program,
              arguments, module, timeText, cycleText, shortFile, line, expr ? expr : "");
 
-    // The stack lines come first, then a blank line, then the report. No stack
-    // walker is bound yet, so the stack text is empty.
+    // The stack lines come first, then a blank line, then the report. A walk that
+    // fails leaves the stack text empty.
     char boxText[kStackChars + kReportChars];
-    snprintf(boxText, sizeof(boxText), "%s\r\n%s", "", report);
-
-    const int answer = ShowBox(boxText, file, line, expr, handlerMessage);
+    int answer;
+    {
+        StackWalker_D_ walker;
+        walker.ShowCallstack(win_sw::kCurrentThread, nullptr, nullptr, nullptr);
+        snprintf(boxText, sizeof(boxText), "%s\r\n%s", walker.Text(), report);
+        answer = ShowBox(boxText, file, line, expr, handlerMessage);
+    }
 
     os::SetLastError(savedError);
 

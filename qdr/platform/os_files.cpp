@@ -132,18 +132,26 @@ bool RenameNoReplace(const char* from, const char* to) {
     return rename(from, to) == 0;
 }
 
+// Opens a system path that must name a regular file; anything else is closed again
+// and refused with EISDIR for a directory, `otherErrno` for the rest. -1 on failure.
+int OpenRegular(const char* systemPath, int flags, int otherErrno, struct stat* st) {
+    const int fd = open(systemPath, flags);
+    if (fd < 0) return -1;
+    const bool known = fstat(fd, st) == 0;
+    if (!known || !S_ISREG(st->st_mode)) {
+        const int error = !known ? errno : S_ISDIR(st->st_mode) ? EISDIR : otherErrno;
+        close(fd);
+        errno = error;
+        return -1;
+    }
+    return fd;
+}
+
 // The copy proper, between system paths.
 bool CopySystemFile(const char* from, const char* to, bool failIfExists) {
-    const int in = open(from, O_RDONLY | O_CLOEXEC);
-    if (in < 0) return false;
     struct stat st;
-    const bool known = fstat(in, &st) == 0;
-    if (!known || !S_ISREG(st.st_mode)) {
-        const int error = !known ? errno : S_ISDIR(st.st_mode) ? EISDIR : EINVAL;
-        close(in);
-        errno = error;
-        return false;
-    }
+    const int in = OpenRegular(from, O_RDONLY | O_CLOEXEC, EINVAL, &st);
+    if (in < 0) return false;
     struct stat existing;
     if (failIfExists && lstat(to, &existing) == 0) {
         close(in);
@@ -399,6 +407,22 @@ intptr_t OpenFileHandle(const char* path, uint32_t access, uint32_t disposition)
         return kInvalidHandle;
     }
     return fd;
+}
+
+intptr_t OpenRegularFileHandle(const char* path, bool writable) {
+    SystemPath p(path);
+    if (!p.ok()) return kInvalidHandle;
+    // O_NONBLOCK: a FIFO without a writer would hold the open forever.
+    struct stat st;
+    const int fd = OpenRegular(p.c_str(), (writable ? O_RDWR : O_RDONLY) | O_CLOEXEC | O_NONBLOCK,
+                               ENODEV, &st);
+    return fd < 0 ? kInvalidHandle : fd;
+}
+
+int64_t FileHandleSize(intptr_t handle) {
+    struct stat st;
+    if (handle < 0 || fstat(static_cast<int>(handle), &st) != 0) return -1;
+    return static_cast<int64_t>(st.st_size);
 }
 
 bool CloseFileHandle(intptr_t handle) {

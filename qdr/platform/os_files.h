@@ -99,6 +99,12 @@ constexpr intptr_t kInvalidHandle = -1;
 // failure. The platform's share modes have no counterpart here and are not taken.
 intptr_t OpenFileHandle(const char* path, uint32_t access, uint32_t disposition);
 bool CloseFileHandle(intptr_t handle);
+// Opens an existing regular file to map it, for reading or for reading and writing.
+// Anything else is refused without waiting: a directory (EISDIR), a FIFO or a
+// device (ENODEV), which a mapping cannot hold or whose open would block.
+intptr_t OpenRegularFileHandle(const char* path, bool writable);
+// The size of the file under a handle; -1 on failure.
+int64_t FileHandleSize(intptr_t handle);
 // Sets the file's end at `length`, growing it with zeros or cutting it.
 bool SetFileHandleLength(intptr_t handle, int64_t length);
 

@@ -24,6 +24,8 @@ public:
     explicit Binary(const BinaryAllocator& alloc) : RefPack(alloc) {}
 
     int32_t Size() const { return Read().Size(); }
+    // The same count under the name that the block's readers use in their checks.
+    int32_t Length() const { return Size(); }
     bool IsEmpty() const { return Read().IsEmpty(); }
     bool IsFixed() const { return Read().Mode() == xbinary_fixed; }
     // Reading without making the block private.

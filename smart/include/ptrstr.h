@@ -5,7 +5,8 @@
 // (narrow UTF-8 in char, wide UTF-16 in char16_t).
 //
 // Also here, as every text type stands on them: AfxIsValidString, the test of a text
-// argument, and the unit helpers TextLength and CompareText.
+// argument, and the unit helpers TextLength, MeasureIfNegative, CompareText and
+// IsSlashChar.
 #pragma once
 
 #include <cstdint>
@@ -22,9 +23,25 @@ inline bool AfxIsValidString(const CHAR* s, int32_t len = -1) {
     return s != nullptr;
 }
 
+// The length of a terminated text, 0 for none, cut to the range of the lengths.
 template <class CHAR>
 inline int32_t TextLength(const CHAR* s) {
-    return static_cast<int32_t>(std::char_traits<CHAR>::length(s));
+    if (!s) return 0;
+    const size_t n = std::char_traits<CHAR>::length(s);
+    return n > static_cast<size_t>(INT32_MAX) ? INT32_MAX : static_cast<int32_t>(n);
+}
+
+// A negative length means "up to the terminator"; a null text is empty.
+template <class CHAR>
+inline int32_t MeasureIfNegative(const CHAR* s, int32_t len) {
+    if (!s) return 0;
+    return len < 0 ? TextLength(s) : len;
+}
+
+// Either separator of the library's paths.
+template <class CHAR>
+constexpr bool IsSlashChar(CHAR c) {
+    return c == '\\' || c == '/';
 }
 
 // strcmp for either unit: units compare as unsigned values.

@@ -22,16 +22,12 @@
 
 #include "binary.h"
 #include "cpp_templ0.h"
+#include "ptrstr.h"
 
 constexpr int kMaxPathChars = 512;
 
 // The characters that no name may hold: < > : | / \ and ". `*` and `?` are allowed.
 extern const char kForbiddenNameChars[];
-
-template <class CHAR>
-inline bool IsSlashChar(CHAR c) {
-    return c == '\\' || c == '/';
-}
 
 // ---- validating ----------------------------------------------------------------
 

@@ -1,6 +1,8 @@
 // SmartArray: the library's growable array of constructed items. It starts in the
 // inline storage of its SmartBuf base, goes to the heap at the first insertion that
 // needs more than stack_len items, and comes back when removals shrink it far enough.
+// What does not depend on the inline size (the item count and the moves of items
+// inside a block that has the room) lives once per item type in SmartArrayBase.
 // Up to stack_len items cost no heap call. Capacity doubles up to 128 MiB and then
 // grows by 128 MiB steps; insertion is correct when the source lies in the array.
 //
@@ -52,36 +54,14 @@ inline int32_t NextLength(int32_t old_items, int32_t item_bytes, int32_t increas
     return static_cast<int32_t>(result);
 }
 
-template <class TYPE, int stack_len, class ALLOC = sys_allocator_traits>
-class SmartArray : public SmartBuf<TYPE, stack_len, ALLOC> {
-    typedef SmartBuf<TYPE, stack_len, ALLOC> Buf;
-
-    // At least 64 bytes' worth of items at a time: 16 ints, 1 item of 48 bytes, and
-    // 0 for items of 88 bytes and more, lifted to the request where it is used.
-    static constexpr int32_t kMinStep = static_cast<int32_t>(64 / sizeof(TYPE));
-
+// The part of SmartArray that is the same for every inline size: the live item
+// count, and the moves of items inside a block that already has the room.
+template <class TYPE>
+class SmartArrayBase : public SmartBase<TYPE> {
 public:
-    typedef TYPE value_type;
-    typedef TYPE* iterator;
-    typedef const TYPE* const_iterator;
-
-    explicit SmartArray(const ALLOC& alloc = ALLOC()) : Buf(0, alloc) { Start(); }
-
-    SmartArray(const SmartArray& r) : Buf(0, r.alloc_) {
-        Start();
-        QDR_CHECK(this != &r);
-        *this = r;
-    }
-
-    ~SmartArray() {
-        clear();
+    ~SmartArrayBase() {
         FillDestroyed(&items_, sizeof(items_));
         FillDestroyed(&end_, sizeof(end_));
-    }
-
-    SmartArray& operator=(const SmartArray& r) {
-        if (&r != this) assign(r.begin(), r.end());
-        return *this;
     }
 
     TYPE* begin() const {
@@ -97,6 +77,133 @@ public:
     int32_t size() const { return items_; }
     bool empty() const { return items_ == 0; }
     int32_t MaxLength() const { return this->len_; }
+
+protected:
+    void SetItems(int32_t count) {
+        QDR_CHECK(0 <= count && count <= this->len_);
+        if (count < 0) count = 0;
+        if (count > this->len_) count = this->len_;
+        items_ = count;
+        end_ = this->p_ + count;
+    }
+
+    // Puts count items from objs before index ins; the block has the room. A source
+    // inside the array is at self_index (else -1), where it stood before the block
+    // last moved.
+    void PlaceItems(int32_t ins, const TYPE* objs, int32_t count, int32_t self_index) {
+        TYPE* const p = this->p_;
+        if (ins >= items_) {
+            QDR_CHECK(ins == items_);
+            CopyConstruct(p + items_, objs, count);
+            SetItems(items_ + count);
+            return;
+        }
+
+        // Slots items_ .. items_+count-1 are raw and get constructed, the slots below
+        // are live and get assigned; all descending, so nothing is overwritten before
+        // it is read. First the top of the old items moves into raw slots.
+        int32_t new_idx = items_ + count - 1;
+        int32_t copied_count_of_need_move = 0;
+        while (new_idx >= items_ && new_idx - count >= ins) {
+            new (p + new_idx) TYPE(p[new_idx - count]);
+            --new_idx;
+            ++copied_count_of_need_move;
+        }
+        QDR_CHECK(copied_count_of_need_move <= count);
+        // Fewer than count items follow ins: the top of the source fills the rest.
+        for (int32_t i = count - 1; i >= 0 && new_idx >= items_; --i, --new_idx)
+            new (p + new_idx) TYPE(objs[i]);
+        QDR_CHECK(new_idx + 1 == items_);
+        // The remaining old items move up by assignment.
+        int32_t left = items_ - ins - copied_count_of_need_move;
+        for (int32_t dst = items_ - 1; dst >= ins && left >= 1; --dst, --left)
+            p[dst] = p[dst - count];
+
+        if (self_index != -1 && self_index < ins && self_index + count > ins) {
+            // The source straddles ins: its front still stands where it stood, its
+            // back has moved up by count.
+            QDR_CHECK(self_index < ins && self_index + count > ins);
+            QDR_CHECK(count >= 2);
+            int32_t k = 0;
+            for (int32_t s = self_index; s < ins; ++s) p[ins + k++] = p[s];
+            for (int32_t s = ins + count; k < count; ++s) p[ins + k++] = p[s];
+        } else {
+            // A source at or behind ins has moved up whole. Slots constructed above
+            // are assigned again with the same value: an item's operator= sees it.
+            if (self_index >= ins) objs += count;
+            for (int32_t i = 0; i < count; ++i) p[ins + i] = objs[i];
+        }
+        SetItems(items_ + count);
+    }
+
+    // Removes count items from index; false when there was nothing to remove.
+    bool RemoveItems(int32_t index, int32_t count) {
+        QDR_CHECK(this->IsUserThread());
+        if (count < 1) {
+            QDR_CHECK(count == 0);
+            return false;
+        }
+        QDR_CHECK(0 <= index && index < items_);
+        const int64_t last = static_cast<int64_t>(index) + count - 1;
+        QDR_CHECK(0 <= last && last < items_);
+        const int32_t new_items = items_ - count;
+        QDR_CHECK(new_items >= 0);
+        if (index < 0 || index >= items_ || last >= items_) return false;
+        TYPE* const p = this->p_;
+        for (int32_t i = static_cast<int32_t>(last) + 1; i < items_; ++i) p[i - count] = p[i];
+        // The surplus top slots are destroyed, not the removed ones: they were
+        // overwritten by the items behind them.
+        DestroyItems(p + new_items, count);
+        SetItems(new_items);
+        return true;
+    }
+
+    static void CopyConstruct(TYPE* dest, const TYPE* src, int32_t count) {
+        if (std::is_trivially_copyable<TYPE>::value) {
+            memcpy(static_cast<void*>(dest), static_cast<const void*>(src),
+                   static_cast<size_t>(count) * sizeof(TYPE));
+            return;
+        }
+        for (int32_t i = 0; i < count; ++i) new (dest + i) TYPE(src[i]);
+    }
+
+    int32_t items_;
+    TYPE* end_;
+};
+
+template <class TYPE, int stack_len, class ALLOC = sys_allocator_traits>
+class SmartArray : public SmartBuf<TYPE, stack_len, ALLOC, SmartArrayBase<TYPE>> {
+    typedef SmartBuf<TYPE, stack_len, ALLOC, SmartArrayBase<TYPE>> Buf;
+    typedef SmartArrayBase<TYPE> Items;
+
+    // At least 64 bytes' worth of items at a time: 16 ints, 1 item of 48 bytes, and
+    // 0 for items of 88 bytes and more, lifted to the request where it is used.
+    static constexpr int32_t kMinStep = static_cast<int32_t>(64 / sizeof(TYPE));
+
+public:
+    typedef TYPE value_type;
+    typedef TYPE* iterator;
+    typedef const TYPE* const_iterator;
+    using Items::begin;
+    using Items::empty;
+    using Items::end;
+    using Items::MaxLength;
+    using Items::size;
+
+    explicit SmartArray(const ALLOC& alloc = ALLOC()) : Buf(0, alloc) { Start(); }
+
+    SmartArray(const SmartArray& r) : Buf(0, r.Allocator()) {
+        Start();
+        QDR_CHECK(this != &r);
+        *this = r;
+    }
+
+    ~SmartArray() { clear(); }
+
+    SmartArray& operator=(const SmartArray& r) {
+        if (&r != this) assign(r.begin(), r.end());
+        return *this;
+    }
 
     void push_back(const TYPE& obj) {
         // Room left and a source outside the block: the append of InsertAt, without
@@ -169,72 +276,12 @@ public:
         }
         // The block may have moved, and a source in it with it.
         if (self_index != -1) objs = this->p_ + self_index;
-
-        TYPE* const p = this->p_;
-        if (ins >= items_) {
-            QDR_CHECK(ins == items_);
-            CopyConstruct(p + items_, objs, count);
-            SetItems(items_ + count);
-            return true;
-        }
-
-        // Slots items_ .. items_+count-1 are raw and get constructed, the slots below
-        // are live and get assigned; all descending, so nothing is overwritten before
-        // it is read. First the top of the old items moves into raw slots.
-        int32_t new_idx = items_ + count - 1;
-        int32_t copied_count_of_need_move = 0;
-        while (new_idx >= items_ && new_idx - count >= ins) {
-            new (p + new_idx) TYPE(p[new_idx - count]);
-            --new_idx;
-            ++copied_count_of_need_move;
-        }
-        QDR_CHECK(copied_count_of_need_move <= count);
-        // Fewer than count items follow ins: the top of the source fills the rest.
-        for (int32_t i = count - 1; i >= 0 && new_idx >= items_; --i, --new_idx)
-            new (p + new_idx) TYPE(objs[i]);
-        QDR_CHECK(new_idx + 1 == items_);
-        // The remaining old items move up by assignment.
-        int32_t left = items_ - ins - copied_count_of_need_move;
-        for (int32_t dst = items_ - 1; dst >= ins && left >= 1; --dst, --left)
-            p[dst] = p[dst - count];
-
-        if (self_index != -1 && self_index < ins && self_index + count > ins) {
-            // The source straddles ins: its front still stands where it stood, its
-            // back has moved up by count.
-            QDR_CHECK(self_index < ins && self_index + count > ins);
-            QDR_CHECK(count >= 2);
-            int32_t k = 0;
-            for (int32_t s = self_index; s < ins; ++s) p[ins + k++] = p[s];
-            for (int32_t s = ins + count; k < count; ++s) p[ins + k++] = p[s];
-        } else {
-            // A source at or behind ins has moved up whole. Slots constructed above
-            // are assigned again with the same value: an item's operator= sees it.
-            if (self_index >= ins) objs += count;
-            for (int32_t i = 0; i < count; ++i) p[ins + i] = objs[i];
-        }
-        SetItems(items_ + count);
+        PlaceItems(ins, objs, count, self_index);
         return true;
     }
 
     void RemoveAt(int32_t index, int32_t count) {
-        QDR_CHECK(this->IsUserThread());
-        if (count < 1) {
-            QDR_CHECK(count == 0);
-            return;
-        }
-        QDR_CHECK(0 <= index && index < items_);
-        const int64_t last = static_cast<int64_t>(index) + count - 1;
-        QDR_CHECK(0 <= last && last < items_);
-        const int32_t new_items = items_ - count;
-        QDR_CHECK(new_items >= 0);
-        if (index < 0 || index >= items_ || last >= items_) return;
-        TYPE* const p = this->p_;
-        for (int32_t i = static_cast<int32_t>(last) + 1; i < items_; ++i) p[i - count] = p[i];
-        // The surplus top slots are destroyed, not the removed ones: they were
-        // overwritten by the items behind them.
-        DestroyItems(p + new_items, count);
-        SetItems(new_items);
-        ShrinkToFit();
+        if (this->RemoveItems(index, count)) ShrinkToFit();
     }
 
     // Returns the new end() if itE was end(), else the item now at itB's old index.
@@ -337,52 +384,17 @@ public:
         QDR_CHECK(max_len >= 0);
         QDR_CHECK(items_ >= 0);
         QDR_CHECK(this->len_ >= items_);
-        CheckRepresentation();
+        this->CheckRepresentation();
         if (max_len == this->len_ || max_len < items_) return;
-        if (max_len > this->len_) {
-            if (max_len > stack_len) {
-                TYPE* block = Allocate(max_len);
-                if (!block) return;
-                RelocateItems(block, this->p_, items_);
-                if (this->heap_) this->alloc_.free(this->heap_);
-                this->p_ = this->heap_ = block;
-                this->len_ = this->heap_len_ = max_len;
-            } else {
-                QDR_CHECK(this->IsStack());
-                this->len_ = max_len;
-            }
-        } else if (this->p_ == this->StackItems()) {
-            QDR_CHECK(max_len < stack_len);
-            this->len_ = max_len;
-        } else if (max_len <= stack_len) {
-            // Back to the inline storage.
-            RelocateItems(this->StackItems(), this->p_, items_);
-            this->alloc_.free(this->heap_);
-            this->p_ = this->StackItems();
-            this->len_ = max_len;
-            this->heap_ = nullptr;
-            this->heap_len_ = 0;
-        } else {
-            TYPE* block = Allocate(max_len);
-            if (!block) return;
-            RelocateItems(block, this->p_, items_);
-            QDR_CHECK(this->heap_ && this->heap_len_ > 0);
-            this->alloc_.free(this->heap_);
-            this->p_ = this->heap_ = block;
-            this->len_ = this->heap_len_ = max_len;
-        }
+        this->SetBlock(max_len, items_);
         SetItems(items_);
     }
 
 protected:
-    void SetItems(int32_t count) {
-        QDR_CHECK(0 <= count && count <= this->len_);
-        if (count < 0) count = 0;
-        if (count > this->len_) count = this->len_;
-        items_ = count;
-        end_ = this->p_ + count;
-    }
-
+    using Items::end_;
+    using Items::items_;
+    using Items::PlaceItems;
+    using Items::SetItems;
     // Called after every removal. It asks for the length that the last insertion of
     // the survivors would have produced, which leaves a dead band: 4-byte items at
     // len_ 64 keep their block down to 18 items and go to 32 at 17.
@@ -398,43 +410,10 @@ protected:
         if (this->len_ > newLen) SetMaxLength(newLen);
     }
 
-    int32_t items_;
-    TYPE* end_;
-
 private:
     void Start() {
         QDR_CHECK(this->len_ == 0);
         SetItems(0);
         this->valid_cnt_ = &items_;
-    }
-
-    void CheckRepresentation() const {
-        if (this->len_ > stack_len) {
-            QDR_CHECK(!this->IsStack());
-            QDR_CHECK(this->heap_);
-            QDR_CHECK(this->len_ == this->heap_len_);
-            QDR_CHECK(this->p_ == this->heap_);
-        } else {
-            QDR_CHECK(this->IsStack());
-            QDR_CHECK(this->heap_ == 0);
-            QDR_CHECK(this->heap_len_ == 0);
-            QDR_CHECK(this->p_ == this->StackItems());
-        }
-    }
-
-    TYPE* Allocate(int32_t items) {
-        TYPE* block =
-            static_cast<TYPE*>(this->alloc_.malloc(static_cast<size_t>(items) * sizeof(TYPE)));
-        if (!block) QDR_CHECK(false);
-        return block;
-    }
-
-    static void CopyConstruct(TYPE* dest, const TYPE* src, int32_t count) {
-        if (std::is_trivially_copyable<TYPE>::value) {
-            memcpy(static_cast<void*>(dest), static_cast<const void*>(src),
-                   static_cast<size_t>(count) * sizeof(TYPE));
-            return;
-        }
-        for (int32_t i = 0; i < count; ++i) new (dest + i) TYPE(src[i]);
     }
 };

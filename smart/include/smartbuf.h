@@ -1,7 +1,9 @@
 // SmartBuf: a scratch buffer that lives inside its owner, usually a stack frame.
 // Up to stack_len items cost no allocation; only a longer request takes a heap
-// block from ALLOC. Items are never constructed, so a large inline buffer is free
-// to declare; the destructor fills everything it held with 0xCD.
+// block from ALLOC. The buffer never constructs items, so a large inline buffer is
+// free to declare; the destructor fills everything it held with 0xCD. A container
+// that keeps constructed items in it (SmartArray) changes the block with SetBlock,
+// and puts its own fields in BASE, which the buffer derives from.
 //
 //   SmartBuf<char, 1024> a(1024);  // inline, IsStack() true
 //   SmartBuf<char, 1024> b(1025);  // heap, heap_len_ 1025
@@ -9,11 +11,13 @@
 
 #include <cstdint>
 
+#include "constructor.h"
 #include "quickallocator.h"
 #include "smartbase.h"
 
-template <class TYPE, int stack_len, class ALLOC = sys_allocator_traits>
-class SmartBuf : public SmartBase<TYPE> {
+template <class TYPE, int stack_len, class ALLOC = sys_allocator_traits,
+          class BASE = SmartBase<TYPE>>
+class SmartBuf : public BASE {
     static_assert(stack_len >= 0, "stack_len must not be negative");
 
 public:
@@ -75,7 +79,53 @@ public:
 
     int32_t HeapLength() const { return heap_len_; }
 
+    const ALLOC& Allocator() const { return alloc_; }
+
 protected:
+    // Gives the buffer a block of exactly len items, the inline storage when they
+    // fit there, and relocates the first `keep` items into it. A failed allocation
+    // is reported ("(false)") and leaves the buffer as it was.
+    void SetBlock(int32_t len, int32_t keep) {
+        if (len <= stack_len) {
+            if (this->p_ == StackItems()) {
+                QDR_CHECK(this->IsStack());
+            } else {
+                RelocateItems(StackItems(), this->p_, keep);
+                alloc_.free(heap_);
+                this->p_ = StackItems();
+                heap_ = nullptr;
+                heap_len_ = 0;
+            }
+            this->len_ = len;
+            return;
+        }
+        TYPE* block = static_cast<TYPE*>(alloc_.malloc(static_cast<size_t>(len) * sizeof(TYPE)));
+        if (!block) {
+            QDR_CHECK(false);
+            return;
+        }
+        RelocateItems(block, this->p_, keep);
+        if (heap_) alloc_.free(heap_);
+        this->p_ = heap_ = block;
+        this->len_ = heap_len_ = len;
+    }
+
+    // The invariant of a buffer whose length is its block's: inline up to stack_len
+    // items, on a heap block of exactly len_ beyond.
+    void CheckRepresentation() const {
+        if (this->len_ > stack_len) {
+            QDR_CHECK(!IsStack());
+            QDR_CHECK(heap_);
+            QDR_CHECK(this->len_ == heap_len_);
+            QDR_CHECK(this->p_ == heap_);
+        } else {
+            QDR_CHECK(IsStack());
+            QDR_CHECK(heap_ == 0);
+            QDR_CHECK(heap_len_ == 0);
+            QDR_CHECK(this->p_ == StackItems());
+        }
+    }
+
     // A negative or oversized length is reported and leaves an empty buffer; so does
     // a failed allocation (p_ null, len_ 0).
     void Init(int32_t len) {

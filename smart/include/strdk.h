@@ -15,6 +15,7 @@
 
 #include <cstdarg>
 
+#include "cpp_templ0.h"
 #include "ministr.h"
 
 // String flags, one word shared by the search here and the matcher of strdk_match.h.
@@ -29,15 +30,6 @@ enum {
     msf_sharp_hex = 0x100,         // matcher: a digit for `#` also takes a-f, A-F
     msf_dollar_identifier = 0x200  // matcher: `$` is an identifier
 };
-
-// Keeps an argument out of template deduction, so that the first text alone decides
-// the code unit and a bare nullptr is accepted for the others.
-template <class T>
-struct StrdkSame {
-    using type = T;
-};
-template <class T>
-using SameUnit = typename StrdkSame<T>::type;
 
 // ---- character classes: ASCII only; units of 0x80 and above are never in a class ----
 
@@ -68,9 +60,6 @@ constexpr bool IsWordStartLetter(int c) {
 constexpr bool IsWordLetter(int c) {
     return IsAlnumLetter(c) || c == '_';
 }
-constexpr bool IsSlashLetter(int c) {
-    return c == '\\' || c == '/';
-}
 
 // Folds a-z only; everything else, bytes of 0x80 and above included, passes through.
 template <class TCHAR>
@@ -85,7 +74,7 @@ constexpr bool IsSameUnit(TCHAR a, TCHAR b, int flags) {
         a = ToUpperLetter(a);
         b = ToUpperLetter(b);
     }
-    return a == b || ((flags & msf_slash_equal) && IsSlashLetter(a) && IsSlashLetter(b));
+    return a == b || ((flags & msf_slash_equal) && IsSlashChar(a) && IsSlashChar(b));
 }
 
 // ---- scanners ---------------------------------------------------------------------
@@ -95,28 +84,28 @@ constexpr bool IsSameUnit(TCHAR a, TCHAR b, int flags) {
 // over as a whole and never tested, so only whole one-unit characters are found.
 //   FindChar("\xE4\xB8\xAD/", '\xB8', -1, true) -> null;  with false -> text + 1
 template <class TCHAR>
-const TCHAR* FindChar(const TCHAR* text, SameUnit<TCHAR> ch, int length = -1,
+const TCHAR* FindChar(const TCHAR* text, NonDeduced<TCHAR> ch, int length = -1,
                       bool skipDoubleByte = false);
 // The first unit that is in `charSet` (setLength < 0: a terminated set).
 template <class TCHAR>
-const TCHAR* FindAnyChar(const TCHAR* text, const SameUnit<TCHAR>* charSet, int length = -1,
+const TCHAR* FindAnyChar(const TCHAR* text, const NonDeduced<TCHAR>* charSet, int length = -1,
                          int setLength = -1, bool skipDoubleByte = false);
 // Walks down from `last` to `first`, both inclusive; null when `last` < `first`.
 template <class TCHAR>
-const TCHAR* FindLastChar(const TCHAR* first, const SameUnit<TCHAR>* last, SameUnit<TCHAR> ch);
+const TCHAR* FindLastChar(const TCHAR* first, const NonDeduced<TCHAR>* last, NonDeduced<TCHAR> ch);
 template <class TCHAR>
-const TCHAR* FindLastAnyChar(const TCHAR* first, const SameUnit<TCHAR>* last,
-                             const SameUnit<TCHAR>* charSet);
+const TCHAR* FindLastAnyChar(const TCHAR* first, const NonDeduced<TCHAR>* last,
+                             const NonDeduced<TCHAR>* charSet);
 template <class TCHAR>
-const TCHAR* FindLastAnyCharOfStr(const TCHAR* text, const SameUnit<TCHAR>* charSet,
+const TCHAR* FindLastAnyCharOfStr(const TCHAR* text, const NonDeduced<TCHAR>* charSet,
                                   int length = -1);
 // Index of the first unit in `charSet`, plus one when `inclusive`; -1 if none.
 //   GetCharIndex("key=value", "=", false) -> 3;  inclusive -> 4
 template <class TCHAR>
-int GetCharIndex(const TCHAR* text, const SameUnit<TCHAR>* charSet, bool inclusive,
+int GetCharIndex(const TCHAR* text, const NonDeduced<TCHAR>* charSet, bool inclusive,
                  int length = -1);
 template <class TCHAR>
-int CountChar(const TCHAR* text, SameUnit<TCHAR> ch, int length = -1);
+int CountChar(const TCHAR* text, NonDeduced<TCHAR> ch, int length = -1);
 // Whether the text holds a character of more than one byte in narrow text: two
 // adjacent bytes of 0x80 or above (narrow), a unit of 0x80 or above (wide).
 template <class TCHAR>
@@ -149,12 +138,12 @@ int BuildNextTable(int* vec, const TCHAR* findStr, int findLen, int flags = 0);
 // be missed. msf_wildcards "a?#" in "xab)5c" -> 2 ("b)5"). Without wildcards the
 // result is exact.
 template <class TCHAR>
-int FindStrIndex(const TCHAR* srcStr, const SameUnit<TCHAR>* findStr, int srcLen = -1,
+int FindStrIndex(const TCHAR* srcStr, const NonDeduced<TCHAR>* findStr, int srcLen = -1,
                  int findLen = -1, int flags = 0, int* line = nullptr, const int* vec = nullptr);
 
 // FindStrIndex as a pointer, with msf_wildcards and msf_reverse cleared first.
 template <class TCHAR>
-const TCHAR* FindSubStr(const TCHAR* text, const SameUnit<TCHAR>* findStr, int textLen = -1,
+const TCHAR* FindSubStr(const TCHAR* text, const NonDeduced<TCHAR>* findStr, int textLen = -1,
                         int findLen = -1, int flags = 0, const int* vec = nullptr);
 
 // Counts the occurrences of `sub`, left to right and not overlapping ("aa" in "aaaa"
@@ -162,7 +151,7 @@ const TCHAR* FindSubStr(const TCHAR* text, const SameUnit<TCHAR>* findStr, int t
 // the count after that occurrence. msf_reverse is ignored; an empty `sub` counts 0.
 typedef bool (*CountSubStrCallback)(void* param, int index);
 template <class TCHAR>
-int CountSubStr(const TCHAR* text, const SameUnit<TCHAR>* sub, int strLen = -1, int subLen = -1,
+int CountSubStr(const TCHAR* text, const NonDeduced<TCHAR>* sub, int strLen = -1, int subLen = -1,
                 CountSubStrCallback callback = nullptr, void* param = nullptr, int flags = 0);
 
 // Whether text[wordPos, wordPos + wordLen) stands as a word: its first unit a letter or
@@ -180,13 +169,13 @@ bool IsWholeWord(const TCHAR* text, int wordPos, int textLen, int wordLen, bool 
 // Changes nothing. "  ab " -> offset 2, length 2;  "   " -> offset 0, length 0.
 template <class TCHAR>
 int TrimRange(const TCHAR* text, int length = -1, int* offset = nullptr,
-              const SameUnit<TCHAR>* blankSet = nullptr, bool rightOnly = false);
+              const NonDeduced<TCHAR>* blankSet = nullptr, bool rightOnly = false);
 // Moves the trimmed text of `source` (null: `dest` itself) to `dest` and terminates
 // it. The caller owes `dest` room for the trimmed text and its terminator (in place:
 // one unit behind a counted text).
 template <class TCHAR>
-TCHAR* TrimCopy(TCHAR* dest, const SameUnit<TCHAR>* source = nullptr, int length = -1,
-                const SameUnit<TCHAR>* blankSet = nullptr, bool rightOnly = false);
+TCHAR* TrimCopy(TCHAR* dest, const NonDeduced<TCHAR>* source = nullptr, int length = -1,
+                const NonDeduced<TCHAR>* blankSet = nullptr, bool rightOnly = false);
 
 // ---- replacing in place -------------------------------------------------------------
 //
@@ -199,12 +188,12 @@ TCHAR* TrimCopy(TCHAR* dest, const SameUnit<TCHAR>* source = nullptr, int length
 // on behind each insertion. Returns the count, 0 for an empty find text, -1 when
 // `text` or `findStr` is null.
 template <class TCHAR>
-int ReplaceStrPlain(TCHAR* text, const SameUnit<TCHAR>* findStr, const SameUnit<TCHAR>* newStr);
+int ReplaceStrPlain(TCHAR* text, const NonDeduced<TCHAR>* findStr, const NonDeduced<TCHAR>* newStr);
 
 // With flags 0 and every length negative this is ReplaceStrPlain; otherwise
 // ReplaceBetween with head = tail = `findStr` and removeCount 0.
 template <class TCHAR>
-int ReplaceStr(TCHAR* target, const SameUnit<TCHAR>* findStr, const SameUnit<TCHAR>* newStr,
+int ReplaceStr(TCHAR* target, const NonDeduced<TCHAR>* findStr, const NonDeduced<TCHAR>* newStr,
                int flags = 0, int bufBytes = -1, int targetStrLen = -1, int findLen = -1,
                int newStrLen = -1);
 
@@ -215,27 +204,27 @@ int ReplaceStr(TCHAR* target, const SameUnit<TCHAR>* findStr, const SameUnit<TCH
 // the limit; the text is then left as far as it had been changed.
 //   head "/*", tail "*/": "a/*x*/b" -> "ab", 1
 template <class TCHAR>
-int ReplaceBetween(TCHAR* target, const SameUnit<TCHAR>* repHead, const SameUnit<TCHAR>* repTail,
-                   const SameUnit<TCHAR>* newStr, int flags = 0, int bufBytes = -1,
-                   int targetStrLen = -1, int repHeadLen = -1, int repTailLen = -1,
-                   int newStrLen = -1, int removeCount = 0);
+int ReplaceBetween(TCHAR* target, const NonDeduced<TCHAR>* repHead,
+                   const NonDeduced<TCHAR>* repTail, const NonDeduced<TCHAR>* newStr, int flags = 0,
+                   int bufBytes = -1, int targetStrLen = -1, int repHeadLen = -1,
+                   int repTailLen = -1, int newStrLen = -1, int removeCount = 0);
 
 // Replaces each unit equal to `repChar` under the flags (case, slashes) by `newChar`.
 // Returns the count; 0 when the two are equal under the flags, so with
 // msf_slash_equal ('/', '\\') changes nothing, and with flags 0 only '/' turns.
 template <class TCHAR>
-int ReplaceChar(TCHAR* target, SameUnit<TCHAR> repChar, SameUnit<TCHAR> newChar, int flags = 0,
+int ReplaceChar(TCHAR* target, NonDeduced<TCHAR> repChar, NonDeduced<TCHAR> newChar, int flags = 0,
                 int length = -1);
 
 // Replaces the first `len` units (cut to the text's length) by `newStr`; returns the
 // new length.
 template <class TCHAR>
-int ReplaceHead(TCHAR* target, int len, const SameUnit<TCHAR>* newStr, int targetStrLen = -1,
+int ReplaceHead(TCHAR* target, int len, const NonDeduced<TCHAR>* newStr, int targetStrLen = -1,
                 int newStrLen = -1);
 
 // Removes every unit that is in `remChars`; returns the count removed.
 template <class TCHAR>
-int RemoveChars(TCHAR* target, const SameUnit<TCHAR>* remChars, int targetLen = -1);
+int RemoveChars(TCHAR* target, const NonDeduced<TCHAR>* remChars, int targetLen = -1);
 
 // ---- comparing ----------------------------------------------------------------------
 
@@ -244,7 +233,7 @@ int RemoveChars(TCHAR* target, const SameUnit<TCHAR>* remChars, int targetLen = 
 // still has units before its stop is the greater.
 //   ("abc=1", "ABC=2", '=', -1, -1, msf_ignore_case) -> 0
 template <class TCHAR>
-int CompareCharsUntil(const TCHAR* s1, const SameUnit<TCHAR>* s2, SameUnit<TCHAR> stopChar,
+int CompareCharsUntil(const TCHAR* s1, const NonDeduced<TCHAR>* s2, NonDeduced<TCHAR> stopChar,
                       int s1_len = -1, int s2_len = -1, int flags = 0);
 
 // Path flags of ComparePathName.
@@ -257,7 +246,7 @@ enum {
 // Compares two paths component by component (`\` and `/` both separate); <0, 0, >0.
 //   cpn_dirs_first: "a\b" < "a.txt", since the directory "a" sorts first
 template <class TCHAR>
-int ComparePathName(const TCHAR* path1_, const SameUnit<TCHAR>* path2_, int pathFlags,
+int ComparePathName(const TCHAR* path1_, const NonDeduced<TCHAR>* path2_, int pathFlags,
                     bool caseSensitive, int path1_len_ = -1, int path2_len_ = -1);
 
 // ---- other text routines ------------------------------------------------------------
@@ -282,8 +271,8 @@ void GetTextExtent(const TCHAR* text, int length, int* width, int* lines);
 // zeroRest the rest of `dest` up to destLen is zeroed too. A negative destLen is a
 // plain copy of the whole source. Returns dest.
 template <class TCHAR>
-TCHAR* CopyBounded(TCHAR* dest, const SameUnit<TCHAR>* source, int sourceLen = -1, int destLen = -1,
-                   bool zeroRest = false);
+TCHAR* CopyBounded(TCHAR* dest, const NonDeduced<TCHAR>* source, int sourceLen = -1,
+                   int destLen = -1, bool zeroRest = false);
 
 // Formats into a text object: measured first, then written in 1024 units of stack or
 // a heap block for a longer text. Narrow formats follow printf, wide ones the

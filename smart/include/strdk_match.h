@@ -38,7 +38,7 @@ struct WildcardRange {
 // text with a pattern is reported and gives false. With msf_sharp_digit_run a pattern
 // holding "##", and with msf_dollar_identifier one holding "$$", matches nothing.
 template <class TCHAR>
-bool MatchingString(const TCHAR* str, const SameUnit<TCHAR>* patterns, int flags = 0,
+bool MatchingString(const TCHAR* str, const NonDeduced<TCHAR>* patterns, int flags = 0,
                     int strLen = -1, WildcardRange* ranges = nullptr, int* idxWildcard = nullptr);
 
 // `patterns` is a list of tokens separated by `,`, `;` or `|` (no escapes, no quotes).
@@ -46,13 +46,13 @@ bool MatchingString(const TCHAR* str, const SameUnit<TCHAR>* patterns, int flags
 // every token, an empty one too, must match, so "a,,b" fails on any non-empty text.
 //   ("a.txt", "*.log;;*.txt") -> true;  with allMustMatch -> false
 template <class TCHAR>
-bool MatchingMultiPatterns(const TCHAR* str, const SameUnit<TCHAR>* patterns, int allMustMatch = 0,
-                           int flags = 0, int strLen = -1);
+bool MatchingMultiPatterns(const TCHAR* str, const NonDeduced<TCHAR>* patterns,
+                           int allMustMatch = 0, int flags = 0, int strLen = -1);
 
 // The same list walk for file names: msf_ignore_case and msf_slash_equal are added and
 // each token goes through MatchingFileName with its fixed spellings.
 template <class TCHAR>
-bool MatchingFileNames(const TCHAR* str, const SameUnit<TCHAR>* patterns, int allMustMatch = 0,
+bool MatchingFileNames(const TCHAR* str, const NonDeduced<TCHAR>* patterns, int allMustMatch = 0,
                        int flags = 0, int strLen = -1);
 
 // One token. With isFileName, "*." (or "**.") means "no extension": the name behind the
@@ -62,7 +62,7 @@ bool MatchingFileNames(const TCHAR* str, const SameUnit<TCHAR>* patterns, int al
 //   "readme" ~ "*." -> true;  "dir.x\readme" ~ "*." -> true;  "readme" ~ "*.*" -> true
 template <class TCHAR>
 bool MatchingFileName(bool isFileName, int flags, const TCHAR* str, int strLen,
-                      const SameUnit<TCHAR>* pattern, int patternLen = -1);
+                      const NonDeduced<TCHAR>* pattern, int patternLen = -1);
 
 // Whether a program file name (a path is cut to its last component) is a Java
 // launcher, whose executable directory means nothing to the program it runs: java,

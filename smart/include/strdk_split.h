@@ -20,7 +20,7 @@
 // piece does not split (a `"` that opens a piece opens no quotation). Returns false
 // for a null text with a length other than 0.
 template <class TCHAR, int N, class ALLOC>
-bool SplitStr(SmartArray<PtrStrT<TCHAR>, N, ALLOC>& array, const TCHAR* text, SameUnit<TCHAR> sep,
+bool SplitStr(SmartArray<PtrStrT<TCHAR>, N, ALLOC>& array, const TCHAR* text, NonDeduced<TCHAR> sep,
               int length = -1, int mode = 0, bool quoted = false, bool clearFirst = true) {
     if (clearFirst) array.clear();
     return SplitText(array, text, length, SplitSeparator<TCHAR>(sep), mode, quoted);
@@ -40,5 +40,5 @@ using SplitStrCallback = bool (*)(void* param, const TCHAR* piece, int len, int 
 //   "a\r\nb\nc" at "\r\n|\n" with '|' -> a, b, c
 template <class TCHAR>
 void SplitStrByCallback(SplitStrCallback<TCHAR> cbFn, void* param, const TCHAR* str,
-                        const SameUnit<TCHAR>* sepStr_, SameUnit<TCHAR> sepOfSeps, int strLen = -1,
-                        int sepLen_ = -1, int mode = 0, int flags = 0);
+                        const NonDeduced<TCHAR>* sepStr_, NonDeduced<TCHAR> sepOfSeps,
+                        int strLen = -1, int sepLen_ = -1, int mode = 0, int flags = 0);

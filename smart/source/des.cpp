@@ -312,7 +312,7 @@ bool Des::DedesExact(const void* frame, Binary& out, int frameLen) const {
     Binary bin;
     const int len = DedesEx(frame, bin, frameLen);
     if (len == -1) return false;
-    QDR_CHECK_OR_RETURN(bin.Size() >= len, false);
+    QDR_CHECK_OR_RETURN(bin.Length() >= len, false);
     if (len < 4) {
         QDR_CHECK(false);
         return false;

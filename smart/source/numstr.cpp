@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <type_traits>
 
+#include "ptrstr.h"
 #include "qdr/qdassert.h"
 #include "smartbuf.h"
 
@@ -25,13 +26,6 @@ unsigned UnitValue(CHAR c) {
 // Folds a-z only.
 unsigned ToUpperLetter(unsigned c) {
     return c >= 'a' && c <= 'z' ? c - ('a' - 'A') : c;
-}
-
-// A negative length means the text is measured; a null text is empty.
-template <class CHAR>
-int MeasureText(const CHAR* text, int len) {
-    if (!text) return 0;
-    return len >= 0 ? len : static_cast<int>(std::char_traits<CHAR>::length(text));
 }
 
 // The i-th digit from the right, '0' beyond the start of the text.
@@ -65,8 +59,8 @@ template <class CHAR>
 bool PrepareOperands(CHAR* out, const CHAR* a, const CHAR* b, int* lenA, int* lenB) {
     QDR_CHECK(out);
     if (!out) return false;
-    *lenA = MeasureText(a, *lenA);
-    *lenB = MeasureText(b, *lenB);
+    *lenA = MeasureIfNegative(a, *lenA);
+    *lenB = MeasureIfNegative(b, *lenB);
     if (*lenA < 1 || *lenB < 1) {
         out[0] = 0;
         return false;
@@ -82,7 +76,7 @@ using ArithmeticForm = CHAR* (*)(CHAR*, const CHAR*, const CHAR*, int, int);
 template <class CHAR>
 std::basic_string<CHAR>& ComputeIntoText(std::basic_string<CHAR>& out, ArithmeticForm<CHAR> form,
                                          const CHAR* a, const CHAR* b, int lenA, int lenB) {
-    SmartBuf<CHAR, 256> scratch(MeasureText(a, lenA) + MeasureText(b, lenB) + 2);
+    SmartBuf<CHAR, 256> scratch(MeasureIfNegative(a, lenA) + MeasureIfNegative(b, lenB) + 2);
     const CHAR* result = scratch.Get() ? form(scratch.Get(), a, b, lenA, lenB) : nullptr;
     if (result)
         out.assign(result);
@@ -109,7 +103,7 @@ bool IsNumStr(const CHAR* num, int len) {
         QDR_CHECK(len > 0);
         if (len == 0) return false;
     }
-    len = MeasureText(num, len);
+    len = MeasureIfNegative(num, len);
     if (len == 0) return false;
     for (int i = 0; i < len; ++i)
         if (!IsNumLetter(num[i])) return false;
@@ -118,8 +112,8 @@ bool IsNumStr(const CHAR* num, int len) {
 
 template <class CHAR>
 int CompareNumStr(const CHAR* num1, const CHAR* num2, int len1, int len2) {
-    len1 = MeasureText(num1, len1);
-    len2 = MeasureText(num2, len2);
+    len1 = MeasureIfNegative(num1, len1);
+    len2 = MeasureIfNegative(num2, len2);
     // clang-format off
     QDR_CHECK(len1>0 && len2>0);
     // clang-format on
@@ -170,8 +164,8 @@ int CompareDigitRuns(int* consumed, const CHAR* s1, const CHAR* s2, int limit) {
 template <class CHAR>
 int CompareStrNatural(const CHAR* num1, const CHAR* num2, int len1, int len2, bool caseSensitive) {
     if (num1 == num2 && len1 == len2) return 0;
-    len1 = MeasureText(num1, len1);
-    len2 = MeasureText(num2, len2);
+    len1 = MeasureIfNegative(num1, len1);
+    len2 = MeasureIfNegative(num2, len2);
     // 0: nothing, 1: integer digits seen, 2: a dot after them, 3: fraction digits.
     int state = 0;
     int i = 0;
@@ -281,8 +275,8 @@ CHAR* MulNumStr(CHAR* multipled, const CHAR* multiplicand, const CHAR* multiplie
     multipled[0] = 0;
     if (!IsNumStr(multiplicand, multiplicand_len) || !IsNumStr(multiplier, multiplier_len))
         return multipled;
-    multiplicand_len = MeasureText(multiplicand, multiplicand_len);
-    multiplier_len = MeasureText(multiplier, multiplier_len);
+    multiplicand_len = MeasureIfNegative(multiplicand, multiplicand_len);
+    multiplier_len = MeasureIfNegative(multiplier, multiplier_len);
 
     // Repeated addition, deliberately simple: for each multiplier digit from the
     // right, the multiplicand added that many times, shifted by the digit's
@@ -475,7 +469,7 @@ template <class CHAR>
 bool ParseByteSize(const CHAR* text, int64_t* value, int len) {
     QDR_CHECK(value);
     if (!value || !text) return false;
-    len = MeasureText(text, len);
+    len = MeasureIfNegative(text, len);
     if (len <= 0) return false;
     int digits = len;
     int64_t unit = 1;

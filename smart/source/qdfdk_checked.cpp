@@ -1,15 +1,12 @@
 // Checked files: a small file replaced crash-safely, with a backup. On disk the
 // data is followed by the unsigned 64-bit sum of its bytes, little-endian. A crash
 // at any step leaves either an intact file or an intact "<path>.bak", from which
-// LoadCheckedFile restores it.
-//
-// The files are read with plain stream calls. A mapped view will take the place of
-// the reads in IsCheckedFileIntact, and the library's file storage the place of the
-// stream in LoadCheckedFile, once those exist; the results stay the same.
+// LoadCheckedFile restores it. The files are read through a mapped view.
 #include <cstdio>
 #include <cstring>
 
 #include "cfile.h"
+#include "mappingfile.h"
 #include "qdfdk.h"
 #include "qdfdk_internal.h"
 #include "qdr/platform/os_files.h"
@@ -75,40 +72,46 @@ bool SaveChecked(const void* data, int32_t size, const char* pathname) {
     return true;
 }
 
+// The payload of an intact checked file, mapped: its bytes and their count. A view
+// is touched only after the file is seen to still hold it, so a file cut short by
+// another process gives false instead of SIGBUS.
+bool MapIntact(MappingFile& map, const char* path, const unsigned char** data, size_t* size) {
+    if (!map.Open(path, false, 0, 0, true, nullptr, false)) return false;
+    const uint32_t length = map.GetFileSize();
+    if (length <= static_cast<uint32_t>(kCheckBytes)) return false;
+    if (map.GetCurrentFileSize() < static_cast<int64_t>(map.GetMappedSize())) return false;
+    const unsigned char* bytes = static_cast<const unsigned char*>(map.GetAddress());
+    *size = length - kCheckBytes;
+    *data = bytes;
+    return LoadLittleEndian(bytes + *size) == ByteSum(bytes, *size, 0);
+}
+
 bool CheckedFileIntact(const char* path) {
-    const int64_t size = GetFileSizeByName(path);
-    if (size <= kCheckBytes) return false;
-    CFile file;
-    if (!file.Open(path, "rb")) return false;
-    uint64_t sum = 0;
-    unsigned char block[65536];
-    for (int64_t left = size - kCheckBytes; left > 0;) {
-        const size_t want =
-            left < static_cast<int64_t>(sizeof(block)) ? static_cast<size_t>(left) : sizeof(block);
-        if (fread(block, 1, want, file) != want) return false;
-        sum = ByteSum(block, want, sum);
-        left -= static_cast<int64_t>(want);
-    }
-    unsigned char check[kCheckBytes];
-    return fread(check, 1, kCheckBytes, file) == kCheckBytes && LoadLittleEndian(check) == sum;
+    MappingFile map;
+    const unsigned char* data;
+    size_t size;
+    return MapIntact(map, path, &data, &size);
 }
 
 bool LoadChecked(Binary& out, const char* path) {
     char bak[kMaxPathChars];
     if (!CompanionName(path, ".bak", bak)) return false;
     for (;;) {
-        if (CheckedFileIntact(path)) {
-            const int64_t size = GetFileSizeByName(path) - kCheckBytes;
-            CFile file;
-            const bool loaded =
-                size > 0 && size <= INT32_MAX && file.Open(path, "rb") &&
-                out.SetLength(static_cast<int32_t>(size), false) &&
-                fread(out.Get(), 1, static_cast<size_t>(size), file) == static_cast<size_t>(size);
-            if (!loaded) {
-                QDR_CHECK(false);
-                return false;
+        {
+            MappingFile map;
+            const unsigned char* data;
+            size_t size;
+            if (MapIntact(map, path, &data, &size)) {
+                const bool loaded = size <= INT32_MAX &&
+                                    out.SetLength(static_cast<int32_t>(size), false) &&
+                                    map.GetCurrentFileSize() >= static_cast<int64_t>(size);
+                if (!loaded) {
+                    QDR_CHECK(false);
+                    return false;
+                }
+                memcpy(out.Get(), data, size);
+                return true;
             }
-            return true;
         }
         if (!CheckedFileIntact(bak)) return false;
         os::DeleteFile(path);

@@ -3,7 +3,6 @@
 // thin step over the platform layer; wide paths are converted to UTF-8 first.
 #include <cstring>
 
-#include "cfile.h"
 #include "filesearch.h"
 #include "qdfdk.h"
 #include "qdfdk_internal.h"
@@ -243,11 +242,11 @@ template <class CHAR>
 bool SetFileLength(const CHAR* name, int64_t length, bool overwrite) {
     if (!IsAllowedFileLength(length) || !AfxIsValidString(name)) return false;
     if (!overwrite && IsExistFile(name)) return false;
-    CFileHandle file;
-    if (!file.Open(name, GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, 0))
-        return false;
-    const bool ok = os::SetFileHandleLength(file.GetHandle(), length);
-    file.Close();
+    const intptr_t file =
+        os::OpenFileHandle(SystemText<CHAR>(name).c_str(), os::kGenericWrite, os::kOpenAlways);
+    if (file == os::kInvalidHandle) return false;
+    const bool ok = os::SetFileHandleLength(file, length);
+    QDR_CHECK(os::CloseFileHandle(file));
     return ok;
 }
 

@@ -134,13 +134,15 @@ bool IsValidAbsPath(const CHAR* path) {
 
 // ---- the normal form ------------------------------------------------------------
 
-template <class CHAR>
-CHAR* NormalizePath(CHAR* path) {
-    QDR_CHECK(AfxIsValidString(path));
-    if (!path) return nullptr;
-    int len = TextLength(path);
+namespace {
 
-    // A network name keeps its two leading separators through the collapse below.
+typedef SmartArray<PathComponent, 32> PathComponents;
+
+// Every '/' becomes '\' and runs of separators collapse to one, but for the two
+// that start a network name.
+template <class CHAR>
+void CollapseSeparators(CHAR* path) {
+    const int len = TextLength(path);
     const int prefix = len >= 3 && MatchingString(path, QD_UNIT_TEXT(CHAR, "\\\\?*")) &&
                                !IsForbiddenChar(path[2], ForbiddenChars<CHAR>())
                            ? 2
@@ -153,25 +155,31 @@ CHAR* NormalizePath(CHAR* path) {
         path[out++] = path[i];
     }
     path[out] = 0;
+}
 
+// Drops the "." components and a leading ".\" before "..", and gives a final ".."
+// a separator of its own: "a\b\.." -> "a\b\..\". The new length.
+template <class CHAR>
+int DropDotComponents(CHAR* path) {
     while (ReplaceStr(path, QD_UNIT_TEXT(CHAR, "/./"), QD_UNIT_TEXT(CHAR, "\\"), msf_slash_equal) >
            0) {
     }
-    len = TextLength(path);
+    int len = TextLength(path);
     if (MatchingString(path, QD_UNIT_TEXT(CHAR, "./../*"), msf_slash_equal)) {
         CopyUnits(path, path + 2, len - 2);
         len -= 2;
     }
-    // A final ".." becomes a component of its own: "a\b\.." -> "a\b\..\".
     if (MatchingString(path, QD_UNIT_TEXT(CHAR, "*/.."), msf_slash_equal)) {
         path[len++] = '\\';
         path[len] = 0;
     }
+    return len;
+}
 
-    if (len == 0) return path;  // nothing to name, nothing to resolve
-
-    // Components as (start, length); the empty ones stand for a leading `\` or `\\`.
-    SmartArray<PathComponent, 32> stack;
+// The components as (start, length), each ".." taking the one before it away; the
+// empty ones stand for a leading `\` or `\\`. False for a ".." above the root.
+template <class CHAR>
+bool ResolveDotDots(const CHAR* path, int len, PathComponents& stack) {
     for (int pos = 0;;) {
         int next = pos;
         while (next < len && path[next] != '\\') ++next;
@@ -181,14 +189,20 @@ CHAR* NormalizePath(CHAR* path) {
         } else if (stack.empty() || IsDotDot(path, stack[stack.size() - 1])) {
             stack.push_back(c);
         } else if (stack.size() == 1 && IsRootEntry(path, stack[0])) {
-            return nullptr;
+            return false;
         } else {
             stack.RemoveAt(stack.size() - 1, 1);
         }
         pos = next + 1;
         if (pos >= len) break;
     }
+    return true;
+}
 
+// Writes the components back over path, `\` between them; len is the length of the
+// text they were taken from.
+template <class CHAR>
+CHAR* JoinComponents(CHAR* path, int len, const PathComponents& stack) {
     // Everything resolved down to the root of this platform's absolute path.
     if (stack.size() == 1 && stack[0].len == 0) {
         CopyUnits(path, QD_UNIT_TEXT(CHAR, "\\"), 1);
@@ -217,6 +231,20 @@ CHAR* NormalizePath(CHAR* path) {
     if (len >= 3 && IsSlashChar(path[len - 1]) && !IsSlashChar(path[len - 2])) ch[offset++] = '\\';
     CopyUnits(path, ch, offset);
     return path;
+}
+
+}  // namespace
+
+template <class CHAR>
+CHAR* NormalizePath(CHAR* path) {
+    QDR_CHECK(AfxIsValidString(path));
+    if (!path) return nullptr;
+    CollapseSeparators(path);
+    const int len = DropDotComponents(path);
+    if (len == 0) return path;  // nothing to name, nothing to resolve
+    PathComponents stack;
+    if (!ResolveDotDots(path, len, stack)) return nullptr;
+    return JoinComponents(path, len, stack);
 }
 
 template <class CHAR>

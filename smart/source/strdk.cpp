@@ -98,7 +98,7 @@ template <class TCHAR>
 bool IsPlainUnit(TCHAR f, int flags) {
     if ((flags & msf_wildcards) && (f == '?' || f == '#')) return false;
     if ((flags & msf_ignore_case) && IsLetter(f)) return false;
-    return !((flags & msf_slash_equal) && IsSlashLetter(f));
+    return !((flags & msf_slash_equal) && IsSlashChar(f));
 }
 
 template <class TCHAR>
@@ -165,14 +165,14 @@ int KmpScan(VIEW src, VIEW find, const int* vec, int flags) {
 }  // namespace
 
 template <class TCHAR>
-const TCHAR* FindChar(const TCHAR* text, SameUnit<TCHAR> ch, int length, bool skipDoubleByte) {
+const TCHAR* FindChar(const TCHAR* text, NonDeduced<TCHAR> ch, int length, bool skipDoubleByte) {
     QDR_CHECK(text);
     if (!text) return nullptr;
     return FindFirst(text, length, skipDoubleByte, [ch](TCHAR c) { return c == ch; });
 }
 
 template <class TCHAR>
-const TCHAR* FindAnyChar(const TCHAR* text, const SameUnit<TCHAR>* charSet, int length,
+const TCHAR* FindAnyChar(const TCHAR* text, const NonDeduced<TCHAR>* charSet, int length,
                          int setLength, bool skipDoubleByte) {
     QDR_CHECK(text && charSet);
     if (!text || !charSet) return nullptr;
@@ -182,7 +182,7 @@ const TCHAR* FindAnyChar(const TCHAR* text, const SameUnit<TCHAR>* charSet, int 
 }
 
 template <class TCHAR>
-const TCHAR* FindLastChar(const TCHAR* first, const SameUnit<TCHAR>* last, SameUnit<TCHAR> ch) {
+const TCHAR* FindLastChar(const TCHAR* first, const NonDeduced<TCHAR>* last, NonDeduced<TCHAR> ch) {
     QDR_CHECK(first && last);
     if (!first || !last) return nullptr;
     for (const TCHAR* p = last; p >= first; --p)
@@ -191,18 +191,18 @@ const TCHAR* FindLastChar(const TCHAR* first, const SameUnit<TCHAR>* last, SameU
 }
 
 template <class TCHAR>
-const TCHAR* FindLastAnyChar(const TCHAR* first, const SameUnit<TCHAR>* last,
-                             const SameUnit<TCHAR>* charSet) {
+const TCHAR* FindLastAnyChar(const TCHAR* first, const NonDeduced<TCHAR>* last,
+                             const NonDeduced<TCHAR>* charSet) {
     QDR_CHECK(first && last && charSet);
     if (!first || !last || !charSet) return nullptr;
-    const int setLength = MeasureText(charSet);
+    const int setLength = TextLength(charSet);
     for (const TCHAR* p = last; p >= first; --p)
         if (IsInCharSet(*p, charSet, setLength)) return p;
     return nullptr;
 }
 
 template <class TCHAR>
-const TCHAR* FindLastAnyCharOfStr(const TCHAR* text, const SameUnit<TCHAR>* charSet, int length) {
+const TCHAR* FindLastAnyCharOfStr(const TCHAR* text, const NonDeduced<TCHAR>* charSet, int length) {
     QDR_CHECK(text && charSet);
     if (!text || !charSet) return nullptr;
     length = MeasureIfNegative(text, length);
@@ -211,14 +211,14 @@ const TCHAR* FindLastAnyCharOfStr(const TCHAR* text, const SameUnit<TCHAR>* char
 }
 
 template <class TCHAR>
-int GetCharIndex(const TCHAR* text, const SameUnit<TCHAR>* charSet, bool inclusive, int length) {
+int GetCharIndex(const TCHAR* text, const NonDeduced<TCHAR>* charSet, bool inclusive, int length) {
     const TCHAR* p = FindAnyChar(text, charSet, length);
     if (!p) return -1;
     return static_cast<int>(p - text) + (inclusive ? 1 : 0);
 }
 
 template <class TCHAR>
-int CountChar(const TCHAR* text, SameUnit<TCHAR> ch, int length) {
+int CountChar(const TCHAR* text, NonDeduced<TCHAR> ch, int length) {
     QDR_CHECK(text);
     if (!text) return 0;
     length = MeasureIfNegative(text, length);
@@ -261,7 +261,7 @@ int BuildNextTable(int* vec, const TCHAR* findStr, int findLen, int flags) {
 }
 
 template <class TCHAR>
-int FindStrIndex(const TCHAR* srcStr, const SameUnit<TCHAR>* findStr, int srcLen, int findLen,
+int FindStrIndex(const TCHAR* srcStr, const NonDeduced<TCHAR>* findStr, int srcLen, int findLen,
                  int flags, int* line, const int* vec) {
     if (line) *line = 0;
     // A null text is taken for an empty one; only with a length is it a breach.
@@ -295,15 +295,15 @@ int FindStrIndex(const TCHAR* srcStr, const SameUnit<TCHAR>* findStr, int srcLen
 }
 
 template <class TCHAR>
-const TCHAR* FindSubStr(const TCHAR* text, const SameUnit<TCHAR>* findStr, int textLen, int findLen,
-                        int flags, const int* vec) {
+const TCHAR* FindSubStr(const TCHAR* text, const NonDeduced<TCHAR>* findStr, int textLen,
+                        int findLen, int flags, const int* vec) {
     const int idx = FindStrIndex(text, findStr, textLen, findLen,
                                  flags & ~(msf_wildcards | msf_reverse), nullptr, vec);
     return idx < 0 ? nullptr : text + idx;
 }
 
 template <class TCHAR>
-int CountSubStr(const TCHAR* text, const SameUnit<TCHAR>* sub, int strLen, int subLen,
+int CountSubStr(const TCHAR* text, const NonDeduced<TCHAR>* sub, int strLen, int subLen,
                 CountSubStrCallback callback, void* param, int flags) {
     QDR_CHECK(text && sub);
     if (!text || !sub) return 0;

@@ -1,5 +1,5 @@
-// What the strdk sources share and callers do not need: measuring, and the next
-// table that a search keeps on the stack.
+// What the strdk sources share and callers do not need: the test of a unit against
+// a set, and the next table that a search keeps on the stack.
 #pragma once
 
 #include <climits>
@@ -7,20 +7,6 @@
 
 #include "smartbuf.h"
 #include "strdk.h"
-
-// The length of a terminated text, cut to the int range of the routines' lengths.
-template <class TCHAR>
-inline int MeasureText(const TCHAR* text) {
-    if (!text) return 0;
-    const size_t n = std::char_traits<TCHAR>::length(text);
-    return n > static_cast<size_t>(INT_MAX) ? INT_MAX : static_cast<int>(n);
-}
-
-// A negative length means "up to the terminator".
-template <class TCHAR>
-inline int MeasureIfNegative(const TCHAR* text, int len) {
-    return len < 0 ? MeasureText(text) : len;
-}
 
 template <class TCHAR>
 inline bool IsInCharSet(TCHAR c, const TCHAR* charSet, int setLength) {

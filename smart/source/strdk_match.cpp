@@ -274,7 +274,7 @@ bool MatchList(bool isFileName, const TCHAR* str, const TCHAR* patterns, int all
     if (strLen < -1) return false;
     strLen = MeasureIfNegative(str, strLen);
 
-    const int patLen = MeasureText(patterns);
+    const int patLen = TextLength(patterns);
     SmartBuf<TCHAR, 4096> tokens(patLen + 1);
     if (!tokens.Get()) {
         QDR_CHECK(false);
@@ -289,7 +289,7 @@ bool MatchList(bool isFileName, const TCHAR* str, const TCHAR* patterns, int all
     list[patLen] = 0;
     for (int start = 0; start <= patLen;) {
         const TCHAR* token = list + start;
-        const int tokenLen = MeasureText(token);
+        const int tokenLen = TextLength(token);
         start += tokenLen + 1;
         if (!allMustMatch) {
             if (tokenLen > 0 && MatchingFileName(isFileName, flags, str, strLen, token, tokenLen))
@@ -304,7 +304,7 @@ bool MatchList(bool isFileName, const TCHAR* str, const TCHAR* patterns, int all
 }  // namespace
 
 template <class TCHAR>
-bool MatchingString(const TCHAR* str, const SameUnit<TCHAR>* patterns, int flags, int strLen,
+bool MatchingString(const TCHAR* str, const NonDeduced<TCHAR>* patterns, int flags, int strLen,
                     WildcardRange* ranges, int* idxWildcard) {
     if (idxWildcard) *idxWildcard = 0;
     if (!patterns) return !str;
@@ -319,7 +319,7 @@ bool MatchingString(const TCHAR* str, const SameUnit<TCHAR>* patterns, int flags
     if (flags & msf_sharp_literal) flags &= ~(msf_sharp_digit_run | msf_sharp_hex);
     const int sharpFlag = (flags & msf_sharp_digit_run) ? 2 : (flags & msf_sharp_literal) ? 0 : 1;
     const bool dollar = (flags & msf_dollar_identifier) != 0;
-    const int patLen = MeasureText(patterns);
+    const int patLen = TextLength(patterns);
     // The variable-length forms cannot tell where one of two adjacent runs ends.
     if (sharpFlag == 2 && HoldsPair<TCHAR>(patterns, patLen, '#', '#')) return false;
     if (dollar && HoldsPair<TCHAR>(patterns, patLen, '$', '$')) return false;
@@ -332,27 +332,27 @@ bool MatchingString(const TCHAR* str, const SameUnit<TCHAR>* patterns, int flags
 }
 
 template <class TCHAR>
-bool MatchingMultiPatterns(const TCHAR* str, const SameUnit<TCHAR>* patterns, int allMustMatch,
+bool MatchingMultiPatterns(const TCHAR* str, const NonDeduced<TCHAR>* patterns, int allMustMatch,
                            int flags, int strLen) {
     return MatchList(false, str, patterns, allMustMatch, flags, strLen);
 }
 
 template <class TCHAR>
-bool MatchingFileNames(const TCHAR* str, const SameUnit<TCHAR>* patterns, int allMustMatch,
+bool MatchingFileNames(const TCHAR* str, const NonDeduced<TCHAR>* patterns, int allMustMatch,
                        int flags, int strLen) {
     return MatchList(true, str, patterns, allMustMatch, flags, strLen);
 }
 
 template <class TCHAR>
 bool MatchingFileName(bool isFileName, int flags, const TCHAR* str, int strLen,
-                      const SameUnit<TCHAR>* pattern, int patternLen) {
+                      const NonDeduced<TCHAR>* pattern, int patternLen) {
     if (!isFileName || !pattern || !str) return MatchingString(str, pattern, flags, strLen);
     patternLen = MeasureIfNegative(pattern, patternLen);
     if (IsNoExtensionSpelling(pattern, patternLen)) {
         strLen = MeasureIfNegative(str, strLen);
         if (strLen == 0) return false;
         int nameStart = strLen;
-        while (nameStart > 0 && !IsSlashLetter(str[nameStart - 1])) --nameStart;
+        while (nameStart > 0 && !IsSlashChar(str[nameStart - 1])) --nameStart;
         return !FindChar(str + nameStart, '.', strLen - nameStart);
     }
     if (IsEverythingSpelling(pattern, patternLen)) return true;

@@ -41,14 +41,15 @@ int Splice(TCHAR* target, int len, int at, int span, const TCHAR* newStr, int ne
 }  // namespace
 
 template <class TCHAR>
-int ReplaceStrPlain(TCHAR* text, const SameUnit<TCHAR>* findStr, const SameUnit<TCHAR>* newStr) {
+int ReplaceStrPlain(TCHAR* text, const NonDeduced<TCHAR>* findStr,
+                    const NonDeduced<TCHAR>* newStr) {
     if (!text || !findStr) return -1;
-    const int findLen = MeasureText(findStr);
+    const int findLen = TextLength(findStr);
     if (findLen == 0) return 0;
-    const int newLen = MeasureText(newStr);
+    const int newLen = TextLength(newStr);
     NextTable<TCHAR> vec(findStr, findLen, 0);
     if (!vec.Valid()) return -1;
-    int len = MeasureText(text);
+    int len = TextLength(text);
     int count = 0;
     for (int pos = 0;; ++count) {
         const int idx =
@@ -61,7 +62,7 @@ int ReplaceStrPlain(TCHAR* text, const SameUnit<TCHAR>* findStr, const SameUnit<
 }
 
 template <class TCHAR>
-int ReplaceStr(TCHAR* target, const SameUnit<TCHAR>* findStr, const SameUnit<TCHAR>* newStr,
+int ReplaceStr(TCHAR* target, const NonDeduced<TCHAR>* findStr, const NonDeduced<TCHAR>* newStr,
                int flags, int bufBytes, int targetStrLen, int findLen, int newStrLen) {
     if (flags == 0 && bufBytes < 0 && targetStrLen < 0 && findLen < 0 && newStrLen < 0)
         return ReplaceStrPlain(target, findStr, newStr);
@@ -70,9 +71,10 @@ int ReplaceStr(TCHAR* target, const SameUnit<TCHAR>* findStr, const SameUnit<TCH
 }
 
 template <class TCHAR>
-int ReplaceBetween(TCHAR* target, const SameUnit<TCHAR>* repHead, const SameUnit<TCHAR>* repTail,
-                   const SameUnit<TCHAR>* newStr, int flags, int bufBytes, int targetStrLen,
-                   int repHeadLen, int repTailLen, int newStrLen, int removeCount) {
+int ReplaceBetween(TCHAR* target, const NonDeduced<TCHAR>* repHead,
+                   const NonDeduced<TCHAR>* repTail, const NonDeduced<TCHAR>* newStr, int flags,
+                   int bufBytes, int targetStrLen, int repHeadLen, int repTailLen, int newStrLen,
+                   int removeCount) {
     static const TCHAR kEmpty[1] = {0};
     if (!newStr) {
         newStr = kEmpty;
@@ -143,7 +145,7 @@ int ReplaceBetween(TCHAR* target, const SameUnit<TCHAR>* repHead, const SameUnit
 }
 
 template <class TCHAR>
-int ReplaceChar(TCHAR* target, SameUnit<TCHAR> repChar, SameUnit<TCHAR> newChar, int flags,
+int ReplaceChar(TCHAR* target, NonDeduced<TCHAR> repChar, NonDeduced<TCHAR> newChar, int flags,
                 int length) {
     QDR_CHECK(target);
     // clang-format off
@@ -167,7 +169,7 @@ int ReplaceChar(TCHAR* target, SameUnit<TCHAR> repChar, SameUnit<TCHAR> newChar,
 }
 
 template <class TCHAR>
-int ReplaceHead(TCHAR* target, int len, const SameUnit<TCHAR>* newStr, int targetStrLen,
+int ReplaceHead(TCHAR* target, int len, const NonDeduced<TCHAR>* newStr, int targetStrLen,
                 int newStrLen) {
     QDR_CHECK(target);
     // clang-format off
@@ -183,7 +185,7 @@ int ReplaceHead(TCHAR* target, int len, const SameUnit<TCHAR>* newStr, int targe
 }
 
 template <class TCHAR>
-int RemoveChars(TCHAR* target, const SameUnit<TCHAR>* remChars, int targetLen) {
+int RemoveChars(TCHAR* target, const NonDeduced<TCHAR>* remChars, int targetLen) {
     QDR_CHECK(target && remChars);
     if (!target || !remChars) return 0;
     targetLen = MeasureIfNegative(target, targetLen);

@@ -67,7 +67,7 @@ private:
 
 template <class TCHAR>
 void SplitStrByCallback(SplitStrCallback<TCHAR> cbFn, void* param, const TCHAR* str,
-                        const SameUnit<TCHAR>* sepStr_, SameUnit<TCHAR> sepOfSeps, int strLen,
+                        const NonDeduced<TCHAR>* sepStr_, NonDeduced<TCHAR> sepOfSeps, int strLen,
                         int sepLen_, int mode, int flags) {
     QDR_CHECK(cbFn && sepStr_);
     QDR_CHECK(0 <= mode && mode <= 2);

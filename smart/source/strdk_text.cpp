@@ -53,7 +53,7 @@ int ComparePathComponents(const TCHAR* c1, int len1, const TCHAR* c2, int len2,
 
 template <class TCHAR>
 int ComponentEnd(const TCHAR* path, int len, int from) {
-    while (from < len && !IsSlashLetter(path[from])) ++from;
+    while (from < len && !IsSlashChar(path[from])) ++from;
     return from;
 }
 
@@ -132,13 +132,13 @@ int UnescapePass(TCHAR* text, int len, bool onlyInQuotes, int* errorPos, bool wr
 }  // namespace
 
 template <class TCHAR>
-int TrimRange(const TCHAR* text, int length, int* offset, const SameUnit<TCHAR>* blankSet,
+int TrimRange(const TCHAR* text, int length, int* offset, const NonDeduced<TCHAR>* blankSet,
               bool rightOnly) {
     if (offset) *offset = 0;
     QDR_CHECK(text);
     if (!text) return 0;
     length = MeasureIfNegative(text, length);
-    const int setLength = blankSet ? MeasureText(blankSet) : 0;
+    const int setLength = blankSet ? TextLength(blankSet) : 0;
     int start = 0;
     if (!rightOnly) {
         while (start < length && IsBlankOf(text[start], blankSet, setLength)) ++start;
@@ -151,8 +151,8 @@ int TrimRange(const TCHAR* text, int length, int* offset, const SameUnit<TCHAR>*
 }
 
 template <class TCHAR>
-TCHAR* TrimCopy(TCHAR* dest, const SameUnit<TCHAR>* source, int length,
-                const SameUnit<TCHAR>* blankSet, bool rightOnly) {
+TCHAR* TrimCopy(TCHAR* dest, const NonDeduced<TCHAR>* source, int length,
+                const NonDeduced<TCHAR>* blankSet, bool rightOnly) {
     QDR_CHECK(dest);
     if (!dest) return nullptr;
     if (!source) source = dest;
@@ -164,7 +164,7 @@ TCHAR* TrimCopy(TCHAR* dest, const SameUnit<TCHAR>* source, int length,
 }
 
 template <class TCHAR>
-int CompareCharsUntil(const TCHAR* s1, const SameUnit<TCHAR>* s2, SameUnit<TCHAR> stopChar,
+int CompareCharsUntil(const TCHAR* s1, const NonDeduced<TCHAR>* s2, NonDeduced<TCHAR> stopChar,
                       int s1_len, int s2_len, int flags) {
     QDR_CHECK(s1 && s2);
     if (!s1 || !s2) return s1 ? 1 : (s2 ? -1 : 0);
@@ -180,24 +180,24 @@ int CompareCharsUntil(const TCHAR* s1, const SameUnit<TCHAR>* s2, SameUnit<TCHAR
             b = ToUpperLetter(b);
         }
         if (flags & msf_slash_equal) {
-            if (IsSlashLetter(a)) a = '/';
-            if (IsSlashLetter(b)) b = '/';
+            if (IsSlashChar(a)) a = '/';
+            if (IsSlashChar(b)) b = '/';
         }
         if (a != b) return Sign(a, b);
     }
 }
 
 template <class TCHAR>
-int ComparePathName(const TCHAR* path1_, const SameUnit<TCHAR>* path2_, int pathFlags,
+int ComparePathName(const TCHAR* path1_, const NonDeduced<TCHAR>* path2_, int pathFlags,
                     bool caseSensitive, int path1_len_, int path2_len_) {
     QDR_CHECK(path1_ && path2_);
     if (!path1_ || !path2_) return path1_ ? 1 : (path2_ ? -1 : 0);
     int len1 = MeasureIfNegative(path1_, path1_len_);
     int len2 = MeasureIfNegative(path2_, path2_len_);
     if (pathFlags & cpn_path1_dir)
-        while (len1 > 0 && IsSlashLetter(path1_[len1 - 1])) --len1;
+        while (len1 > 0 && IsSlashChar(path1_[len1 - 1])) --len1;
     if (pathFlags & cpn_path2_dir)
-        while (len2 > 0 && IsSlashLetter(path2_[len2 - 1])) --len2;
+        while (len2 > 0 && IsSlashChar(path2_[len2 - 1])) --len2;
 
     int i1 = 0, i2 = 0;
     while (i1 < len1 && i2 < len2) {
@@ -260,7 +260,7 @@ void GetTextExtent(const TCHAR* text, int length, int* width, int* lines) {
 }
 
 template <class TCHAR>
-TCHAR* CopyBounded(TCHAR* dest, const SameUnit<TCHAR>* source, int sourceLen, int destLen,
+TCHAR* CopyBounded(TCHAR* dest, const NonDeduced<TCHAR>* source, int sourceLen, int destLen,
                    bool zeroRest) {
     QDR_CHECK(dest);
     if (!dest) return nullptr;

@@ -20,7 +20,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     // A short block, a stored block whose size disagrees, a stream shorter than its
     // header: refusals that are reported.
-    ExpectedReports expected{"(false)", "(in_len == out_len+((int)sizeof(int32_t)))"};
+    ExpectedReports expected{"(false)", "(in_len == out_len+((const int)sizeof(INT32)))"};
     Binary out;
     if (!UncompressBuffer(block.get(), block.len, out, extra)) {
         if (!out.IsEmpty()) FuzzFinding("refused block left data behind");

@@ -1,6 +1,5 @@
-// Many threads at once: the first call builds one object, and the lines of
-// concurrent events never mix on the screen, in the file or at the callbacks.
-// These also run under ThreadSanitizer.
+// Many threads at once: the lines of concurrent events never mix on the screen, in
+// the file or at the callbacks. These also run under ThreadSanitizer.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -17,16 +16,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-
-// CTest runs every test in a process of its own, so this is the very first call.
-TEST(LogContextConcurrency, FirstCallsFromManyThreadsFindOneObject) {
-    std::vector<LogContext*> seen(8, nullptr);
-    std::vector<std::thread> threads;
-    for (size_t i = 0; i < seen.size(); ++i)
-        threads.emplace_back([&seen, i] { seen[i] = &GetLogContext(); });
-    for (std::thread& t : threads) t.join();
-    for (LogContext* p : seen) EXPECT_EQ(seen[0], p);
-}
 
 constexpr int kThreads = 8;
 constexpr int kEvents = 150;

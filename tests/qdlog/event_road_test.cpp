@@ -109,20 +109,6 @@ TEST_F(EventRoad, HeadBytesOnTheScreenAndToCallbacksForEachSetting) {
     }
 }
 
-TEST_F(EventRoad, AllOutputsOffMeansCallbacksGetNothing) {
-    ReportCapture reports;
-    LineRecorder recorder;
-    QDLogOutputToDebuger(0);
-    QDLogEvent(0, "unseen");
-    QDLogEventW(0, u"unseen");
-    LogFormat(40, nullptr);  // not even looked at
-    EXPECT_TRUE(recorder.Lines().empty());
-    EXPECT_EQ(0, reports.Count());
-    QDLogOutputToDebuger(1);
-    QDLogEvent(0, "seen");
-    EXPECT_EQ(std::vector<std::string>{"seen"}, recorder.Texts());
-}
-
 TEST_F(EventRoad, BadEventsAreReportedAndDropped) {
     ReportCapture reports;
     LineRecorder recorder;
@@ -139,41 +125,6 @@ TEST_F(EventRoad, BadEventsAreReportedAndDropped) {
     EXPECT_EQ(1, reports.Count("(0<=type && type<32)"));
     EXPECT_TRUE(recorder.Lines().empty());
     EXPECT_EQ(6, reports.Count());
-}
-
-TEST_F(EventRoad, OddAndHugeTextsGoOutUnharmed) {
-    ReportCapture reports;
-    LineRecorder recorder;
-    LogFormat(0, "[%s]", static_cast<const char*>(nullptr));
-    QDLogEvent(0, "%s", "\xFF\xC0 not UTF-8 \x80");
-    QDLogEventW(0, u"%s|%s",
-                u"a\xD800"
-                u"b",
-                u"\xDC00");
-    PrintAt(0, static_cast<const char*>(nullptr), kSampleMSEL);
-    const std::string huge(100 * 1024 * 1024, 'h');
-    QDLogEvent(0, "%s", huge.c_str());
-    std::vector<std::string> texts = recorder.Texts();
-    ASSERT_EQ(5u, texts.size());
-    EXPECT_TRUE(texts.back() == huge);  // one line, whole
-    texts.pop_back();
-    EXPECT_EQ((std::vector<std::string>{"[(null)]", "\xFF\xC0 not UTF-8 \x80",
-                                        "a\xEF\xBF\xBD"
-                                        "b|\xEF\xBF\xBD",
-                                        "(NULL)"}),
-              texts);
-    EXPECT_EQ(0, reports.Count());
-}
-
-TEST_F(EventRoad, WideEventsArriveAsUtf8WithByteLengths) {
-    LineRecorder recorder;
-    QDLogEventW(2, u"%s=%S %c%C %d", u"中文", "日本", u'字', 'x', 42);
-    ASSERT_EQ(1u, recorder.Lines().size());
-    const RecordedLine line = recorder.Lines()[0];
-    EXPECT_EQ("中文=日本 字x 42", line.text);
-    EXPECT_EQ(21u, line.text.size());
-    EXPECT_EQ("|错误:", line.head.substr(line.head.size() - 8));
-    EXPECT_TRUE(line.headTerminated);
 }
 
 // Both widths go the same road and must give the same bytes.
@@ -238,19 +189,6 @@ TYPED_TEST(BothRoads, RawTypeHasNoHeadAndNoLineEndAndEmptyEventsNothing) {
         EXPECT_EQ(31, line.type);
     }
     EXPECT_GT(log.lastCpuCycle_, before);  // the next column counts from here
-}
-
-TYPED_TEST(BothRoads, ChangedTitleShowsFromTheNextEvent) {
-    LineRecorder recorder;
-    QDLogSetEventTitle(9, "磁盘");
-    LogText(TypeParam(), 9, "full");
-    QDLogSetEventTitle(9, "0009");
-    LogText(TypeParam(), 9, "full");
-    ASSERT_EQ(2u, recorder.Lines().size());
-    const std::string first = recorder.Lines()[0].head;
-    const std::string second = recorder.Lines()[1].head;
-    EXPECT_EQ("|磁盘:", first.substr(first.size() - 8));
-    EXPECT_EQ("|0009:", second.substr(second.size() - 6));
 }
 
 TYPED_TEST(BothRoads, DebuggerGetsTheHeadThenTheTextWithItsLineFeed) {

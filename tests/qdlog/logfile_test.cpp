@@ -1,6 +1,6 @@
 // The log file writer inside one process: the file's name, the continued old file,
-// the switch, the flush threshold as another reader sees it, whole lines, and a
-// directory that goes away and comes back. Local time is UTC+8 (TZ=CST-8).
+// the switch and whole lines. The flush threshold and a directory that cannot be
+// written are seen across processes. Local time is UTC+8 (TZ=CST-8).
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
@@ -118,14 +118,6 @@ TEST_F(LogFileWriter, AnOldFileOfHalfTheLimitIsNotContinued) {
     EXPECT_EQ(8192, List().totalLogBytes);
 }
 
-TEST_F(LogFileWriter, AnExistingNameIsAppendedToAndNeverCut) {
-    Write(OnDisk("log20161118121200.log"), "another process\r\n");
-    PrintAt(0, "mine", kSampleMSEL);
-    CloseFile();
-    EXPECT_EQ("another process\r\n" + kHead + "mine\r\n",
-              Contents(OnDisk("log20161118121200.log")));
-}
-
 // Only the first event of a new second looks at the size, so a full file takes the
 // rest of its second, a long event included; the next file is named after the
 // event that opens it, never the small old one.
@@ -154,25 +146,6 @@ TEST_F(LogFileWriter, SwitchesAtTheFirstEventOfTheNextSecond) {
     EXPECT_EQ(0, GetLogContext().logFile_.bytesWritten_);
 }
 
-TEST_F(LogFileWriter, TheFileOnDiskLagsByFewerThanFlushLines) {
-    QDLogSetFlushLines(7);
-    PrintAt(0, "line 1", kSampleMSEL);
-    const std::string path = OnDisk("log20161118121200.log");
-    for (int written = 1; written <= 30; ++written) {
-        if (written > 1) PrintAt(0, ("line " + std::to_string(written)).c_str(), kSampleMSEL);
-        // A reader of its own sees what reached the system, as another process would.
-        bool cut = true;
-        const int onDisk = WholeLines(Contents(path), &cut);
-        EXPECT_FALSE(cut);
-        EXPECT_LT(written - onDisk, 7) << written;
-        EXPECT_EQ(written - written % 7, onDisk) << written;
-    }
-    PrintAt(31, "raw", kSampleMSEL);  // counts for nothing
-    QDLogFlushFile();                 // 2 lines gathered: below the threshold, nothing moves
-    EXPECT_EQ(28, WholeLines(Contents(path)));
-    EXPECT_EQ(2, GetLogContext().logFile_.linesToFlush_);
-}
-
 // Also for a file that is continued ("rb+") at an odd size.
 TEST_F(LogFileWriter, OnlyWholeLinesReachTheSystem) {
     QDLogSetFlushLines(100000);  // no flush by count: only a full buffer moves lines
@@ -194,29 +167,6 @@ TEST_F(LogFileWriter, OnlyWholeLinesReachTheSystem) {
     std::string expected = before;
     for (const std::string& text : sent) expected += kHead + text + "\r\n";
     EXPECT_EQ(expected, Contents(path));
-}
-
-TEST_F(LogFileWriter, ADirectoryRemovedWhileLoggingIsTakenUpAgainWhenItIsBack) {
-    LineRecorder recorder;
-    PrintAt(0, "one", kSampleMSEL);
-    ASSERT_EQ(Named("log20161118121200.log"), QDLogGetFileName());
-    fs::remove_all(dir_.Path());
-    PrintAt(0, "two", kSampleMSEL + 1000);  // the file is given up; no new one can be made
-    EXPECT_STREQ("", QDLogGetFileName());
-    fs::create_directories(dir_.Path());
-    PrintAt(0, "three", kSampleMSEL + 1500);  // within the second: no new attempt yet
-    EXPECT_STREQ("", QDLogGetFileName());
-    PrintAt(0, "four", kSampleMSEL + 2000);
-    EXPECT_EQ(Named("log20161118121202.log"), QDLogGetFileName());
-    CloseFile();
-    EXPECT_EQ(kHead.substr(0, 17) + "02.123|信息:four\r\n",
-              Contents(OnDisk("log20161118121202.log")));
-    EXPECT_EQ((std::vector<std::string>{"one", "two", "three", "four"}), recorder.Texts());
-
-    // A directory that cannot be made leaves the old one; events go on everywhere.
-    Write(OnDisk("plain"), "x");
-    EXPECT_EQ(0, QDLogSetDir((dir_ / "plain/sub").c_str()));
-    EXPECT_EQ(dir_.Text(), QDLogGetDir());
 }
 
 // A directory that may not be searched says nothing about the open file: it keeps
@@ -274,15 +224,6 @@ TEST_F(LogFileWriter, LinesCutByAFileSizeLimitAreTakenBackAndWrittenWholeLater) 
     for (size_t i = 0; i + 1 < numbers.size(); ++i) EXPECT_LT(numbers[i], numbers[i + 1]);
     for (int i = 0; i < atTheLimit + kept; ++i) EXPECT_EQ(i, numbers[i]);
     EXPECT_EQ(99, numbers.back());
-}
-
-TEST_F(LogFileWriter, WithTheFileOffNoFileIsMade) {
-    QDLogToFile(0);
-    LineRecorder recorder;
-    PrintAt(0, "nowhere", kSampleMSEL);
-    EXPECT_STREQ("", QDLogGetFileName());
-    EXPECT_TRUE(fs::is_empty(dir_.Path()));
-    EXPECT_EQ(std::vector<std::string>{"nowhere"}, recorder.Texts());
 }
 
 }  // namespace

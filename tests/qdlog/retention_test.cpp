@@ -153,36 +153,6 @@ TEST_F(Retention, AnAgeDeletionHoldsTheOtherRulesBackUntilTheNextEvent) {
     EXPECT_EQ(kTick + 1, log.lastReserveCheckTick_);
 }
 
-// Due exactly 60000 ticks after the last run, across the wrap of the 32-bit tick
-// too; switched off, or before the sweep is over, no rule runs.
-TEST_F(Retention, EachRuleRunsOnceAMinuteAcrossTheWrapOfTheTick) {
-    QDLogSetReserve(2, 0);
-    QDLogSetMaxFileNum(1);
-    const LogContext& log = GetLogContext();
-    const uint32_t cases[][3] = {
-        // last run, now, when it ran last after the event
-        {0xFFFFFFF0u, 0xFFFFFFF0u + 59999, 0xFFFFFFF0u},
-        {0xFFFFFFF0u, 0xFFFFFFF0u + 60000, 0xFFFFFFF0u + 60000},
-        {1000u - 120000, 1000u, 1000u},  // a start just after the wrap
-    };
-    for (const auto& c : cases) {
-        SetTicks(c[0]);
-        Clean(kNow, c[1]);
-        EXPECT_EQ(c[2], log.lastHoldCheckTick_);
-        EXPECT_EQ(c[2], log.lastReserveCheckTick_);
-        EXPECT_EQ(c[2], log.lastFileNumCheckTick_);
-    }
-    SetTicks(0);
-    GetLogContext().logFileList_.initFinished = 0;
-    Clean(kNow, kTick);
-    GetLogContext().logFileList_.initFinished = 1;
-    QDLogSetLife(0);
-    QDLogSetReserve(0, 1);
-    QDLogSetMaxFileNum(0);
-    Clean(kNow, kTick);
-    EXPECT_EQ(0u, log.lastHoldCheckTick_ | log.lastReserveCheckTick_ | log.lastFileNumCheckTick_);
-}
-
 // Files that cannot be deleted, or vanished, leave the list all the same; a
 // vanished one measures -1, which leaves its bytes, plus one, in the sum.
 TEST_F(Retention, FilesItCannotDeleteLeaveTheListAndLoggingGoesOn) {
@@ -234,26 +204,6 @@ TEST_F(Retention, NoRuleDeletesTheOpenFile) {
     GetLogContext().logFile_.Close();
     const std::string lines = Contents(dir_ / "log20161102000000.log");
     EXPECT_EQ(3, std::count(lines.begin(), lines.end(), '\n'));
-}
-
-// The list keeps an old directory's files. Its order is the paths', so the
-// directory whose name sorts low goes first, whatever the dates say.
-TEST_F(Retention, AfterADirectoryChangeFilesGoInPathOrder) {
-    ScratchDir older("qdlog-retention-b");
-    QDLogSetFileSizeLimit(16384);  // none is small enough to be continued
-    Sweep(older, {{"log20161101000000.log", 9000}, {"log20161102000000.log", 9000}});
-    ASSERT_EQ(1, QDLogSetDir(dir_.Text().c_str()));
-    QDLogToFile(1);
-    SetTicks(GetTickCount());  // not due while the file fills and switches
-    PrintAt(0, std::string(20000, 'x').c_str(), kNow);
-    PrintAt(0, "next", kNow + 1000);
-    QDLogSetMaxFileNum(2);
-    SetTicks(kTick - 120000);
-    Clean(kNow, kTick);  // the age rule meets the young file first and stops there
-    EXPECT_EQ(
-        (Paths{older.Text() + "\\log20161101000000.log", older.Text() + "\\log20161102000000.log"}),
-        ListedPaths());
-    EXPECT_FALSE(OnDisk("log20161118121200.log"));
 }
 
 }  // namespace

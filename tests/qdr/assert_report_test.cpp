@@ -26,9 +26,9 @@ TEST(AssertReport, PlainCheckComposesTheWholeTemplate) {
     QDR_CHECK(out_len);
     ASSERT_EQ(1, reports.Count());
     const std::string text = reports.Reports()[0].text;
-    // Empty stack text, CR LF, then the report.
+    // Stack lines, CR LF, then the report.
     std::regex shape(
-        "\\r\\nDebug Assertion Failed\\(\\(null\\)\\)!\\n\\n"
+        "(?:[^\\r\\n]+\\r\\n)*\\r\\nDebug Assertion Failed\\(\\(null\\)\\)!\\n\\n"
         "PID    : ([0-9]+)\\nTID    : ([0-9]+)\\(0x([0-9A-F]{8})\\)\\n"
         "Program: ([^\\n]+)\\nModule : ([^\\n]+)\\n"
         "Time   : [0-9]{4}/[0-9]{2}/[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3}\\n"
@@ -71,7 +71,7 @@ TEST(AssertReport, MessageFormsOfTheTitle) {
     const char* titles[] = {"", "()", "", "(x)", "(count: 12)"};
     for (size_t i = 0; i < 5; ++i)
         EXPECT_EQ("Debug Assertion Failed" + std::string(titles[i]) + "!",
-                  Field(all[i].text, "\r\n"));
+                  Field("\r\n" + all[i].text, "\r\n\r\n"));
     EXPECT_EQ("count: 12", all[4].message);
     EXPECT_EQ("((e))", Field(all[4].text, "Expression: "));
 }

@@ -11,25 +11,6 @@ namespace {
 
 OSSpinLock g_zeroSpin;  // zero-initialised, never constructed
 
-TEST(Mutex, RecursesForItsOwnerAndTracksOwnership) {
-    ReportCapture reports;
-    Mutex m;
-    EXPECT_EQ(0, memcmp(&m.Raw().syncDWORD1, "SYNC", 4));  // the magic in address order
-    EXPECT_EQ(m.Raw().syncDWORD1, m.Raw().syncDWORD2);
-    for (int i = 0; i < 3; ++i) m.Lock();
-    EXPECT_EQ(3, m.Raw().lockedCount);
-    EXPECT_EQ(OSThreadSelf(), m.Raw().lockedThreadID);
-    bool otherSeesOwnership = true;
-    std::thread([&] { otherSeesOwnership = m.IsLockedByThreadSelf(); }).join();
-    EXPECT_FALSE(otherSeesOwnership);
-    EXPECT_TRUE(m.IsLockedByThreadSelf());
-    for (int i = 0; i < 3; ++i) m.Unlock();
-    EXPECT_EQ(0, m.Raw().lockedCount);
-    EXPECT_EQ(0u, m.Raw().lockedThreadID);
-    EXPECT_FALSE(m.IsLockedByThreadSelf());
-    EXPECT_EQ(0, reports.Count());
-}
-
 TEST(Mutex, InvalidRecordsReportAndAreLeftAlone) {
     ReportCapture reports;
     OSMutex neverInitialised;

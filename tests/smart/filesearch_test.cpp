@@ -1,5 +1,5 @@
-// File search: the finder, the walk's filters, the removal of overlapping starts,
-// the wide entry and the tree-wide text tools.
+// File search: the walk's filters (the finder's matching under them), the removal of
+// overlapping starts and the tree-wide text tools.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -12,7 +12,6 @@
 #include "filesearch.h"
 #include "report_capture.h"
 #include "scratch_dir.h"
-#include "smartstr.h"
 
 namespace {
 
@@ -169,43 +168,6 @@ TEST_F(FileSearch, AFalseCallbackEndsTheWalk) {
     EXPECT_EQ(3, reports.Count("(false)"));
 }
 
-TEST_F(FileSearch, FinderMatchesAsThePlatformsFindCallDoes) {
-    FileFinder finder;
-    ASSERT_TRUE(finder.Open((dir_ / "*.txt").c_str()));  // case ignored
-    EXPECT_EQ("top.TXT", std::string(finder.GetName()));
-    EXPECT_EQ(Normal(dir_ / "top.TXT"), finder.GetFullPath());
-    EXPECT_FALSE(finder.IsDirectory());
-    EXPECT_FALSE(finder.Next());
-    std::set<std::string> names;
-    ASSERT_TRUE(finder.Open((dir_ / "a/*").c_str()));
-    do {
-        names.insert(std::string(finder.GetName()) + (finder.IsDots() ? "!" : ""));
-    } while (finder.Next());
-    EXPECT_EQ((std::set<std::string>{".!", "..!", ".hidden.txt", "b", "f1.txt", "g.log"}), names);
-    ASSERT_TRUE(finder.Open((dir_ / "a/B").c_str()));  // an exact name, found in any case
-    EXPECT_TRUE(finder.IsDirectory());
-    EXPECT_EQ("b", std::string(finder.GetName()));
-    EXPECT_FALSE(finder.Open((dir_ / "a/*.none").c_str()));
-    EXPECT_EQ(nullptr, finder.GetName());
-}
-
-std::vector<std::u16string> g_wideFound;
-bool FoundWide(void*, bool, const char16_t* pathname) {
-    g_wideFound.push_back(pathname);
-    return true;
-}
-
-TEST_F(FileSearch, TheWideEntryHandsBackWidePaths) {
-    Write(dir_.Path() / "c/\xE4\xB8\xAD\xE6\x96\x87.log", "x");  // "中文.log"
-    const SmartStrW start(dir_.Text().c_str(), -1);
-    g_wideFound.clear();
-    EXPECT_TRUE(SearchFilesEx(start.c_str(), u"*.LOG", true, FoundWide, nullptr, 0, nullptr,
-                              nullptr, u"*\\a\\*"));
-    ASSERT_EQ(1u, g_wideFound.size());
-    const SmartStrW expected(Normal(dir_ / "c/\xE4\xB8\xAD\xE6\x96\x87.log").c_str(), -1);
-    EXPECT_EQ(std::u16string(expected.c_str()), g_wideFound[0]);
-}
-
 TEST_F(FileSearch, ConvertTreeToCrLfAddsTheMissingCarriageReturns) {
     Write(dir_.Path() / "a/f1.txt", "a\nb\r\nc\n\n");
     Write(dir_.Path() / "a/b/f2.txt", "\n");
@@ -227,18 +189,10 @@ TEST_F(FileSearch, TrimTreeLineEndsDropsBlanksBeforeLineEnds) {
     EXPECT_EQ(1, fixed);
     EXPECT_STREQ("", failed);
     EXPECT_FALSE(fs::exists(dir_.Path() / "a/f1.txt_"));
-
-    // 16 MiB is the largest text; a zero byte makes a file no text.
-    Write(dir_.Path() / "c/big.txt", std::string(0x1000000 - 1, 'x') + " ");
-    EXPECT_TRUE(TrimTreeLineEnds((dir_ / "c").c_str(), "big.txt", false, failed, &fixed));
-    EXPECT_EQ(0x1000000u - 1, fs::file_size(dir_.Path() / "c/big.txt"));
-    Write(dir_.Path() / "c/big.txt", std::string(0x1000000 + 1, 'x'));
-    EXPECT_FALSE(TrimTreeLineEnds((dir_ / "c").c_str(), "big.txt", false, failed, nullptr));
-    EXPECT_EQ(Normal(dir_ / "c/big.txt"), failed);
+    // A zero byte makes a file no text.
     Write(dir_.Path() / "c/zero.txt", std::string("a \0b", 4));
     EXPECT_FALSE(TrimTreeLineEnds((dir_ / "c").c_str(), "zero.txt", false, failed, nullptr));
     EXPECT_EQ(Normal(dir_ / "c/zero.txt"), failed);
-    EXPECT_EQ(2, fixed);
 }
 
 }  // namespace

@@ -171,26 +171,4 @@ TYPED_TEST(NumStr, ByteSizesBothWays) {
     EXPECT_EQ(1, reports.Count("(false)"));
 }
 
-TYPED_TEST(NumStr, ProductsOfDigitRuns) {
-    typedef TypeParam C;
-    struct Case {
-        const char* text;
-        int64_t value;  // -1: not a product
-    } cases[] = {
-        // clang-format off
-        {"1024*1024", 1 << 20}, {"7", 7}, {"2*3*4", 24}, {"*2", -1}, {"2*", -1}, {"2**3", -1},
-        {"", -1}, {"2x3", -1},
-        // clang-format on
-    };
-    for (const Case& c : cases) {
-        int64_t value = -1;
-        EXPECT_EQ(c.value != -1, IsProductStr(T<C>(c.text).c_str())) << c.text;
-        EXPECT_EQ(c.value != -1, EvalProductStr(&value, T<C>(c.text).c_str())) << c.text;
-        EXPECT_EQ(c.value, value) << c.text;
-    }
-    EXPECT_TRUE(FitsInt64Product(T<C>("8388607").c_str(), -1, 1LL << 40));
-    EXPECT_FALSE(FitsInt64Product(T<C>("8388608").c_str(), -1, 1LL << 40));
-    EXPECT_FALSE(FitsInt64Product(T<C>("12a").c_str(), -1, 1));
-}
-
 }  // namespace

@@ -77,10 +77,6 @@ TYPED_TEST(FileKit, CreateDirTreeMakesEveryMissingParent) {
     EXPECT_FALSE(CreateDirTree(T<C>(" \t").c_str()));
     // A name longer than the system allows is an invalid name.
     EXPECT_FALSE(CreateDirTree(this->In(std::string(300, 'n') + "/x").c_str()));
-
-    ReportCapture reports;
-    EXPECT_FALSE(CreateDirTree(this->In(std::string(kMaxPathChars, 'l')).c_str()));
-    EXPECT_EQ(1, reports.Count("(false)"));
 }
 
 TYPED_TEST(FileKit, RemovePathTreeRemovesLinksButNotTheirTargets) {
@@ -122,10 +118,6 @@ TYPED_TEST(FileKit, TimesRenamesAndCopies) {
     fs::create_directory(this->dir_ / "dir");
     EXPECT_FALSE(CopyPath(this->In("dir").c_str(), this->In("e").c_str(), false));
     EXPECT_EQ(3u, std::distance(fs::directory_iterator(this->dir_.Path()), {}));  // no leftovers
-
-    const MSEL before = GetMSEL() / 1000 * 1000;
-    EXPECT_TRUE(SetFileModifyTime(b.c_str(), -1));  // now
-    EXPECT_GE(GetFileModifyTime(b.c_str()), before);
 }
 
 TYPED_TEST(FileKit, SetFileLengthGoesUpToATebibyte) {
@@ -140,9 +132,7 @@ TYPED_TEST(FileKit, SetFileLengthGoesUpToATebibyte) {
 
     ReportCapture reports;
     EXPECT_FALSE(SetFileLength(big.c_str(), kTiB + 1, true));
-    EXPECT_FALSE(SetFileLength(big.c_str(), -1, true));
-    EXPECT_FALSE(SetStreamLength(nullptr, kTiB + 1));
-    EXPECT_EQ(3, reports.Count("(false)"));
+    EXPECT_EQ(1, reports.Count("(false)"));
     EXPECT_EQ(10, GetFileSizeByName(big.c_str()));
     EXPECT_EQ(-1, GetFileSizeByName(this->In("").c_str()));  // a directory
 }
@@ -167,27 +157,6 @@ TYPED_TEST(FileKit, GetRealCasePathFindsTheSpellingOnDisk) {
     EXPECT_EQ("logs", Ascii(real).substr(Ascii(real).size() - 4));
     EXPECT_FALSE(GetRealCasePath(this->In("Logs/").c_str(), -1, real));  // a trailing separator
     EXPECT_FALSE(GetRealCasePath(this->In("nothing/here").c_str(), -1, real));
-}
-
-TYPED_TEST(FileKit, AutoCurrentDirChangesForOneScope) {
-    typedef TypeParam C;
-    C before[kMaxPathChars], now[kMaxPathChars], full[kMaxPathChars];
-    ASSERT_TRUE(GetCurrentDir(before));
-    {
-        AutoCurrentDirT<C> inside(this->In("").c_str());
-        EXPECT_TRUE(inside.IsChanged());
-        ASSERT_TRUE(GetCurrentDir(now));
-        EXPECT_EQ(fs::canonical(this->dir_.Path()).string(), Ascii(now));
-        ASSERT_TRUE(GetFullPath(T<C>("x/../y").c_str(), full, kMaxPathChars));
-        EXPECT_EQ(Normal(fs::canonical(this->dir_.Path()).string() + "/y"), Ascii(full));
-    }
-    ASSERT_TRUE(GetCurrentDir(now));
-    EXPECT_EQ(Ascii(before), Ascii(now));
-
-    ReportCapture reports;
-    AutoCurrentDirT<C> missing(this->In("missing").c_str());
-    EXPECT_FALSE(missing.IsChanged());
-    EXPECT_EQ(1, reports.Count("(false)"));
 }
 
 TYPED_TEST(FileKit, CheckedFilesSurviveACrashBetweenTheRenames) {
@@ -216,10 +185,6 @@ TYPED_TEST(FileKit, CheckedFilesSurviveACrashBetweenTheRenames) {
 
     Write(this->dir_ / "eight", std::string(8, '\0'));  // the check alone: never intact
     EXPECT_FALSE(IsCheckedFileIntact(this->In("eight").c_str()));
-    ReportCapture reports;
-    EXPECT_FALSE(SaveCheckedFile("", 0, path.c_str()));
-    EXPECT_FALSE(SaveCheckedFile(nullptr, 4, path.c_str()));
-    EXPECT_EQ(2, reports.Count("(false)"));
 }
 
 TEST(GetFileSizeOfStream, CountsOnlyWhatReachedTheSystem) {
@@ -240,15 +205,6 @@ TEST(GetFileSizeOfStream, CountsOnlyWhatReachedTheSystem) {
     EXPECT_EQ(dir / "s", file.GetPath());
     file.Close();
     EXPECT_EQ("0123", Contents(dir / "s"));
-    EXPECT_EQ(-1, GetFileSizeOfStream(nullptr));
-    EXPECT_EQ(1, reports.Count("(stream)"));
-
-    CFileHandle handle;
-    EXPECT_TRUE(handle.Open((dir / "s").c_str(), 0, FILE_SHARE_READ, nullptr, OPEN_EXISTING));
-    EXPECT_FALSE(handle.Open((dir / "s").c_str(), 0, 0, nullptr, OPEN_EXISTING));
-    EXPECT_EQ(2, reports.Count("(!IsOpened())"));
-    handle.Close();
-    EXPECT_FALSE(handle.Open(dir.Text().c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING));
 }
 
 TEST(CheckSystemTempPath, GivesTheTemporaryDirectoryWithItsSeparator) {
@@ -260,9 +216,6 @@ TEST(CheckSystemTempPath, GivesTheTemporaryDirectoryWithItsSeparator) {
     EXPECT_TRUE(CheckSystemTempPath(buffer));
     EXPECT_EQ(dir / "made/here/", buffer);
     EXPECT_TRUE(fs::is_directory(dir / "made/here"));
-    char16_t wide[kMaxPathChars];
-    EXPECT_TRUE(CheckSystemTempPath(wide));
-    EXPECT_EQ(dir / "made/here/", Ascii(wide));
 
     Write(dir / "plain", "x");
     setenv("TMPDIR", (dir / "plain").c_str(), 1);

@@ -72,17 +72,6 @@ TEST(QuickStringSetOrder, HighBytesSortFirstBelow16UnitsAndLastFrom16) {
     EXPECT_EQ(0, reports.Count());
 }
 
-TEST(QuickStringSetOrder, TerminatedKeysCompareByStrcmp) {
-    typedef QuickStringSet<QuickStringItem<PtrStr>, true> ZSet;
-    ZSet set;
-    EXPECT_GT(set.CompareKeys("\x80", -1, "A", -1), 0);  // unsigned, whatever the length
-    set.insert(QuickStringItem<PtrStr>(P("\x80"), PtrStr()));
-    set.insert(QuickStringItem<PtrStr>(P("A"), PtrStr()));
-    EXPECT_EQ("A", set[0].key.ToString());
-    EXPECT_EQ(1, set.FindKey("\x80", -1, nullptr));
-    EXPECT_EQ(-1, set.FindKey("\x80", 0, nullptr));  // a counted empty key
-}
-
 int g_compareCalls = 0;
 int ReverseOrder(void* user, const char* l, int32_t ll, const char* r, int32_t rl) {
     ++g_compareCalls;
@@ -114,23 +103,6 @@ TEST(QuickStringSetInsert, TheFirstValueStaysAndOperatorIndexInserts) {
     EXPECT_EQ("v", set[P("new")].ToString());
     EXPECT_EQ(2, set.size());
     EXPECT_EQ("new", set[1].owned);  // the item keeps a copy of its key
-}
-
-TEST(QuickStringSetNested, SectionsHoldSetsOfKeys) {
-    // Keys are slices of one text that outlives the sets, as in a configuration file.
-    const std::string file = "level error params dir flush_lines";
-    const PtrStr text(file.c_str(), static_cast<int32_t>(file.size()));
-    QuickStringSections sections;
-    sections[text.Mid(0, 5)][text.Mid(6, 5)] = text.Mid(6, 5);
-    sections[text.Mid(12, 6)][text.Mid(19, 3)] = text.Mid(23, 11);
-    sections[text.Mid(12, 6)][text.Mid(23, 11)] = text.Mid(19, 3);
-    QuickStringSections copy(sections);  // nested sets copy with their items
-    ASSERT_EQ(2, copy.size());
-    EXPECT_EQ("level", copy[0].key.ToString());
-    const QuickStringItem<QuickStringValues>* params = copy.find("params", 6);
-    ASSERT_NE(copy.end(), params);
-    EXPECT_EQ(2, params->value.size());
-    EXPECT_EQ("flush_lines", params->value.find("dir", 3)->value.ToString());
 }
 
 }  // namespace

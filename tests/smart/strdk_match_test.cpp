@@ -129,24 +129,6 @@ TYPED_TEST(Matching, PatternListsAndFileNameSpellings) {
     }
 }
 
-TYPED_TEST(Matching, NullArgumentsAndLengths) {
-    ReportCapture reports;
-    const TypeParam* none = nullptr;
-    int count = 99;
-    EXPECT_TRUE(MatchingString(none, none, 0, -1, nullptr, &count));
-    EXPECT_EQ(0, count);
-    EXPECT_FALSE(MatchingString(Txt<TypeParam>("a").c_str(), none));
-    const auto str = Txt<TypeParam>("abc.log"), patterns = Txt<TypeParam>("*.log");
-    EXPECT_FALSE(MatchingFileNames(str.c_str(), patterns.c_str(), 0, 0, 3));
-    EXPECT_TRUE(MatchingFileNames(str.c_str(), patterns.c_str(), 0, 0, 7));
-    EXPECT_TRUE(MatchingMultiPatterns(str.c_str(), Txt<TypeParam>("").c_str(), 0, 0, 0));
-    EXPECT_EQ(0, reports.Count());
-    EXPECT_FALSE(MatchingString(none, Txt<TypeParam>("a").c_str()));
-    EXPECT_EQ(1, reports.Count("(false)"));
-    EXPECT_FALSE(MatchingFileNames(str.c_str(), patterns.c_str(), 0, 0, -2));
-    EXPECT_EQ(1, reports.Count("(strLen >= -1)"));
-}
-
 TYPED_TEST(Matching, LongPatternListsGoToTheHeap) {
     std::basic_string<TypeParam> patterns;
     for (int k = 0; k < 1000; ++k) patterns += Txt<TypeParam>("*.no;");

@@ -73,21 +73,6 @@ TYPED_TEST(Replace, TheLimitCoversOnlyTheHeadOffset) {
     EXPECT_EQ("abcdef ab", Terminated(buf));
 }
 
-TYPED_TEST(Replace, BetweenRefusesBadArguments) {
-    ReportCapture reports;
-    auto buf = Buffer<TypeParam>("abc");
-    const auto b = Txt<TypeParam>("b"), empty = Txt<TypeParam>("");
-    EXPECT_EQ(0, ReplaceBetween(&buf[0], b.c_str(), empty.c_str(), b.c_str()));
-    EXPECT_EQ(1, reports.Count("(false)"));
-    EXPECT_EQ(-1, ReplaceBetween(&buf[0], b.c_str(), b.c_str(), b.c_str(), 0, 0));
-    EXPECT_EQ(1, reports.Count("(-1==bufBytes || bufBytes>0)"));
-    EXPECT_EQ("abc", Terminated(buf));
-    // An empty target is no error.
-    auto none = Buffer<TypeParam>("");
-    EXPECT_EQ(0, ReplaceBetween(&none[0], b.c_str(), b.c_str(), b.c_str()));
-    EXPECT_EQ(2, reports.Count());
-}
-
 TYPED_TEST(Replace, PlainReplacementAndItsDelegation) {
     auto buf = Buffer<TypeParam>("a.b.c");
     EXPECT_EQ(2,

@@ -62,35 +62,6 @@ TYPED_TEST(Search, FindStrIndexCases) {
     }
 }
 
-TYPED_TEST(Search, LineOutputCountsLineFeedsBeforeTheMatch) {
-    const auto src = Txt<TypeParam>("a\nb\nxx\nxx"), xx = Txt<TypeParam>("xx");
-    int line = -1;
-    EXPECT_EQ(4, FindStrIndex(src.c_str(), xx.c_str(), -1, -1, 0, &line));
-    EXPECT_EQ(2, line);
-    EXPECT_EQ(7, FindStrIndex(src.c_str(), xx.c_str(), -1, -1, msf_reverse, &line));
-    EXPECT_EQ(3, line);
-    EXPECT_EQ(-1, FindStrIndex(src.c_str(), Txt<TypeParam>("zz").c_str(), -1, -1, 0, &line));
-    EXPECT_EQ(0, line);
-}
-
-TYPED_TEST(Search, CallerTablesAreTheFailureFunctionAndAreChecked) {
-    const auto aab = Txt<TypeParam>("aab");
-    int vec[3];
-    EXPECT_EQ(3, BuildNextTable(vec, aab.c_str(), 3, msf_reverse));  // built for "baa"
-    EXPECT_EQ((std::vector<int>{-1, 0, 0}), std::vector<int>(vec, vec + 3));
-    // `?` equals anything while the table is built.
-    BuildNextTable(vec, Txt<TypeParam>("a?a").c_str(), 3, msf_wildcards);
-    EXPECT_EQ((std::vector<int>{-1, 0, 1}), std::vector<int>(vec, vec + 3));
-    EXPECT_EQ(3, BuildNextTable(vec, aab.c_str(), 3));
-    EXPECT_EQ((std::vector<int>{-1, 0, 1}), std::vector<int>(vec, vec + 3));
-
-    ReportCapture reports;
-    const int bad[3] = {-1, 7, 0};
-    EXPECT_EQ(-1, FindStrIndex(Txt<TypeParam>("acaby").c_str(), Txt<TypeParam>("aby").c_str(), -1,
-                               -1, 0, nullptr, bad));
-    EXPECT_EQ(1, reports.Count("(vec[j] >= -1 && vec[j] < j)"));
-}
-
 TYPED_TEST(Search, FindTextsBeyondTheStackTableUseTheHeap) {
     std::basic_string<TypeParam> find(2000, TypeParam('a'));
     find.back() = TypeParam('b');
@@ -135,17 +106,6 @@ TYPED_TEST(Search, IsWholeWordLooksAtBothNeighbours) {
     EXPECT_FALSE(IsWholeWord(text.c_str(), 11, -1, 5, true));
     EXPECT_FALSE(IsWholeWord(text.c_str(), -1, -1, 2, true));
     EXPECT_EQ(2, reports.Count("(false)"));
-}
-
-TYPED_TEST(Search, CharacterScanners) {
-    const auto text = Txt<TypeParam>("a=b;c=d"), set = Txt<TypeParam>(";=");
-    const TypeParam* p = text.c_str();
-    EXPECT_EQ(nullptr, FindChar(p, '=', 1));
-    EXPECT_EQ(p + 3, FindAnyChar(p, set.c_str(), -1, 1));  // only ';'
-    EXPECT_EQ(nullptr, FindLastChar(p + 2, p + 4, '='));
-    EXPECT_EQ(p + 5, FindLastAnyCharOfStr(p, set.c_str()));
-    EXPECT_EQ(2, GetCharIndex(p, set.c_str(), true));
-    EXPECT_EQ(1, CountChar(p, '=', 4));
 }
 
 // A character of several units, '/', and a lone lead unit at the end.

@@ -37,58 +37,12 @@ TEST(PtrStr, SlicesFindIndexTrimAndTheNullTest) {
     EXPECT_EQ(-1, s.Find('l', 5));
     EXPECT_EQ(-1, s.Find('h', -1));
 
-    ReportCapture reports;
-    EXPECT_EQ(0, s[5]);
-    EXPECT_EQ(1, reports.Count("(ValidCheck() && 0<=i && i<this->len)"));
-    PtrStr refused(nullptr, 3);  // the null test of AfxIsValidString
-    EXPECT_EQ(1, reports.Count("(AfxIsValidString(s, n))"));
-    EXPECT_EQ(0, refused.len);
     const char* line = " \t key = v \r\n";
     PtrStr trimmed(line, -1);
     EXPECT_EQ("key = v", S(trimmed.Trim(" \t\r\n")));
     EXPECT_EQ(line + 3, trimmed.p);
     PtrStr blanks(line, 2);
     EXPECT_EQ(0, blanks.Trim(" \t").len);
-}
-
-TEST(LazyStr, NeverNullAndMeasuredOnDemand) {
-    ReportCapture reports;
-    LazyStr empty(nullptr, 0);
-    LazyStr copy(empty);
-    EXPECT_EQ(0, empty.c_str()[0]);
-    EXPECT_NE(empty.c_str(), copy.c_str());  // each points at its own zero unit
-    char text[] = "abc";
-    LazyStr lazy(text, -1);
-    text[1] = 0;  // not measured yet
-    EXPECT_EQ(1, lazy.Length());
-    EXPECT_EQ(0, LazyStr(nullptr, 5).Length());
-    EXPECT_EQ(1, reports.Count("(0 == n)"));
-    EXPECT_EQ(1, reports.Count());
-}
-
-TEST(MiniStr, CompareFindAndANullFormat) {
-    ReportCapture reports;  // its formatting shows through FormatStr in the string kit's tests
-    MiniStr s("beta");
-    EXPECT_TRUE(s > "Beta");  // byte order
-    EXPECT_EQ(2, s.Find("ta"));
-    EXPECT_EQ(-1, s.Find("ta", 3));
-    EXPECT_TRUE(s.Format(nullptr).empty());
-    EXPECT_EQ(1, reports.Count("(AfxIsValidString(fmt))"));
-}
-
-TEST(SmartStr, FormatStaysBuiltInUpTo255Units) {
-    SmartStr s;
-    s.Format("%s", std::string(255, 'a').c_str());
-    EXPECT_TRUE(s.IsBuiltIn());
-    s.Format("%s", std::string(256, 'b').c_str());
-    EXPECT_FALSE(s.IsBuiltIn());
-    EXPECT_EQ(std::string(256, 'b'), s.c_str());
-    EXPECT_STREQ("7", s.Format("%d", 7).c_str());
-    EXPECT_TRUE(s.IsBuiltIn());
-    // The wide form follows the Windows wide rules: %s is wide, %S narrow.
-    SmartStrW w;
-    w.Format(u"%s|%S|%d", u"中文", "ab", 5);
-    EXPECT_EQ(std::u16string(u"中文|ab|5"), std::u16string(w.c_str()));
 }
 
 // Conversions between the widths, both directions: 255 units stay in the built-in
@@ -125,26 +79,6 @@ TEST(SmartStr, ConversionsOfNonAsciiText) {
     SmartStrW wide(many.c_str(), -1);  // 300 bytes, 100 units: built-in
     EXPECT_EQ(std::u16string(100, u'\u4e2d'), std::u16string(wide.c_str()));
     EXPECT_TRUE(wide.IsBuiltIn());
-}
-
-TEST(StrAccessor, IteratorsAreBoundToTheirTextAndItsEnd) {
-    ReportCapture reports;
-    const std::string atEnd = "(owner_ && 0<=offset_ && offset_<owner_->len_)";
-    const std::string pastEnd = "(0<=offset_ && offset_<=owner_->len_)";
-    StrAccessor<char> text("ab", 2), other("xy", 2);
-    StrAccessor<char>::iterator it = text.begin();
-    it += 2;
-    EXPECT_EQ(0, reports.Count());
-    EXPECT_EQ(0, *it);
-    EXPECT_EQ(1, reports.Count(atEnd));
-    it += 1;  // from the end: reported before and after, and stopped at the end
-    EXPECT_EQ(2, reports.Count(atEnd));
-    EXPECT_EQ(1, reports.Count(pastEnd));
-    EXPECT_TRUE(text.IsEnd(it));
-    other.IsEnd(it);
-    EXPECT_EQ(1, reports.Count("(it.owner_==this)"));
-    it - other.begin();
-    EXPECT_EQ(1, reports.Count("(owner_ && owner_==r.owner_)"));
 }
 
 // SplitText for both widths: each case is split as a counted and as a terminated
@@ -188,29 +122,6 @@ TYPED_TEST(SplitTextTest, ModesQuotingAndASetOfSeparators) {
         }
     }
     EXPECT_EQ(0, reports.Count());
-}
-
-TEST(SplitText, OverAReversedTextAStoppingReceiverAndBadArguments) {
-    ReverseStrAccessor<char> text("ab,cd", 5);
-    std::vector<std::string> pieces;
-    auto collect = [&pieces](const char* p, int32_t len) { return Collect(&pieces, p, len); };
-    EXPECT_TRUE(SplitText(text, SplitSeparator<char>(','), collect, 0, false));
-    EXPECT_EQ((std::vector<std::string>{"cd", "ab"}), pieces);  // memory order per piece
-    int calls = 0;
-    bool (*stopAtSecond)(void*, const char*, int32_t) = [](void* n, const char*, int32_t) {
-        return ++*static_cast<int*>(n) < 2;
-    };
-    EXPECT_FALSE(SplitText(stopAtSecond, &calls, "a,b,c", -1, SplitSeparator<char>(','), 0, false));
-    EXPECT_EQ(2, calls);
-
-    ReportCapture reports;
-    SmartArray<PtrStr, 4> none;
-    EXPECT_TRUE(
-        SplitText(none, static_cast<const char*>(nullptr), 0, SplitSeparator<char>(','), 0, false));
-    EXPECT_FALSE(SplitText(none, static_cast<const char*>(nullptr), -1, SplitSeparator<char>(','),
-                           0, false));
-    EXPECT_EQ(1, reports.Count("((0==str && 0==str_len) || AfxIsValidString(str, str_len))"));
-    EXPECT_EQ(0, none.size());
 }
 
 }  // namespace

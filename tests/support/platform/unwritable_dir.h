@@ -17,3 +17,8 @@ private:
     std::string dir_;
     bool wasRoot_;
 };
+
+// For the rest of the process, root is held to the modes of files like their owner
+// is: it keeps its user, and so every directory it could reach. False if the
+// system refuses.
+bool DropRootsRightOverModes();

@@ -1,0 +1,166 @@
+// FileStorage over real files, and the line and chunk readers on it. The program is
+// linked with fread wrapped, so the tests count the reads that reach the stream.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "filestorage.h"
+#include "report_capture.h"
+#include "scratch_dir.h"
+
+extern "C" size_t __real_fread(void* ptr, size_t size, size_t n, FILE* stream);
+
+namespace {
+int g_streamReads = 0;
+}
+
+extern "C" size_t __wrap_fread(void* ptr, size_t size, size_t n, FILE* stream) {
+    ++g_streamReads;
+    return __real_fread(ptr, size, n, stream);
+}
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string Pattern(size_t n) {
+    std::string s(n, 0);
+    for (size_t i = 0; i < n; ++i) s[i] = static_cast<char>('a' + i % 23 + i / 997);
+    return s;
+}
+
+TEST(FileStorage, TheSnubberServesASlowReaderFromMemory) {
+    ScratchDir dir("storage");
+    const std::string path = dir / "data", data = Pattern(20000);
+    Write(path, data);
+    FileStorage file;
+    ASSERT_TRUE(file.Open(path.c_str(), FileStorage::kReadOnly, 16));
+    const RingBuffer& ring = *file.GetReadSnubber();
+    char got[64];
+    struct Step {
+        int offset, bytes, streamReads;
+        int64_t begin, end;  // the ring afterwards
+    } steps[] = {
+        {0, 4, 1, 0, 4},         // a fresh ring
+        {4, 4, 1, 0, 8},         // its tail grows
+        {2, 4, 0, 0, 8},         // inside: no stream read
+        {100, 4, 1, 100, 104},   // far away: the ring starts afresh
+        {98, 4, 1, 98, 104},     // reaches in front: only the two bytes before
+        {102, 16, 1, 102, 118},  // the rest is read and the oldest fall off
+        {0, 17, 1, 102, 118},    // more than the ring holds passes it by
+    };
+    for (const Step& s : steps) {
+        g_streamReads = 0;
+        ASSERT_EQ(s.bytes, file.Read(s.offset, got, s.bytes));
+        EXPECT_EQ(data.substr(s.offset, s.bytes), std::string(got, s.bytes));
+        EXPECT_EQ(s.streamReads, g_streamReads) << s.offset;
+        EXPECT_EQ(s.begin, ring.BeginByteOffset()) << s.offset;
+        EXPECT_EQ(s.end, ring.EndByteOffset()) << s.offset;
+    }
+    EXPECT_EQ(-1, file.Read(20000, got, 1));
+
+    // A reader that looks back over the last 12 bytes before each step of 6
+    // forward, then walks back the same way.
+    file.Close();
+    ASSERT_TRUE(file.Open(path.c_str(), FileStorage::kReadOnly, 64));
+    g_streamReads = 0;
+    int calls = 0;
+    for (int step : {6, -6}) {
+        for (int pos = step > 0 ? 12 : 19000; pos >= 12 && pos + 6 <= 20000; pos += step) {
+            for (int at : {pos - 2 * step, pos - step, pos}) {
+                ASSERT_EQ(6, file.Read(at, got, 6));
+                ASSERT_EQ(data.substr(at, 6), std::string(got, 6));
+                ++calls;
+            }
+        }
+    }
+    EXPECT_LE(g_streamReads, calls / 3 + 4) << g_streamReads << " stream reads for " << calls;
+}
+
+TEST(FileStorage, WritesKeepTheSnubberTrueAndExtendTheFile) {
+    ScratchDir dir("storage");
+    const std::string path = dir / "sub/data";
+    FileStorage file;
+    ReportCapture capture;
+    EXPECT_FALSE(file.Open(path.c_str(), FileStorage::kReadWriteCreate, 0)) << "no parent";
+    EXPECT_FALSE(file.Open(path.c_str(), 4, 0));
+    EXPECT_EQ(1, capture.Count("(false)"));
+    ASSERT_TRUE(file.Open(path.c_str(), FileStorage::kReplace, 16));
+    EXPECT_EQ(-1, file.Write(0, "abc", 3, false, false));
+    EXPECT_EQ(2, capture.Count("(false)"));
+    EXPECT_EQ(4, file.Write(0, "abcd", 4, true, false));
+    EXPECT_EQ(3, file.Write(10, "xyz", 3, true, false));  // the gap is made first
+    EXPECT_EQ(13, file.GetFileSize());
+    char got[16];
+    ASSERT_EQ(8, file.Read(2, got, 8));  // after an unflushed write
+    EXPECT_EQ(std::string("cd\0\0\0\0\0\0", 8), std::string(got, 8));
+    EXPECT_EQ(2, file.Write(3, "DE", 2, false, true));  // inside the ring: emptied
+    EXPECT_EQ(0, file.GetReadSnubber()->GetSize());
+    ASSERT_EQ(4, file.Read(2, got, 4));
+    EXPECT_EQ(2, file.Write(1, "BC", 2, false, false));  // into its front
+    EXPECT_EQ(3, file.GetReadSnubber()->BeginByteOffset());
+    ASSERT_EQ(3, file.Read(10, got, 3));
+    EXPECT_EQ(2, file.Write(12, "ZW", 2, true, false));  // over the ring's end
+    EXPECT_EQ(12, file.GetReadSnubber()->EndByteOffset());
+    EXPECT_TRUE(file.SetFileSize(6));
+    Binary whole;
+    ASSERT_TRUE(file.ReadWhole(whole));
+    EXPECT_EQ(std::string("aBCDE\0", 6),
+              std::string(reinterpret_cast<const char*>(whole.Data()), 6));
+
+    int writable = -1;
+    fclose(file.Detach(&writable, nullptr));
+    EXPECT_EQ(1, writable);
+    ASSERT_TRUE(file.Open(path.c_str(), FileStorage::kReadOnly, 0));
+    EXPECT_EQ(-1, file.Write(0, "x", 1, false, false));
+    EXPECT_EQ(4, file.Read(2, got, 10)) << "cut at the end";
+}
+
+struct Lines {
+    std::vector<std::string> seen;
+    size_t stopAt = 100;
+};
+bool Collect(void* param, const char* line) {
+    Lines* lines = static_cast<Lines*>(param);
+    lines->seen.push_back(line);
+    return lines->seen.size() < lines->stopAt;
+}
+bool CountChunks(void* param, const unsigned char*, int length) {
+    static_cast<std::vector<int>*>(param)->push_back(length);
+    return true;
+}
+
+TEST(FileStorage, LinesAndChunks) {
+    ScratchDir dir("storage");
+    const std::string path = dir / "text";
+    struct Case {
+        std::string text;
+        size_t stopAt;
+        bool result;
+        std::vector<std::string> lines;
+    } cases[] = {
+        {"a\r\nbb\rc\n", 100, true, {"a", "bb", "c", ""}},
+        {"one\ntwo", 100, true, {"one", "two"}},
+        {"", 100, true, {""}},
+        {"x\n\ny\r", 100, false, {"x", "", "y"}},
+        {"a\nb\nc", 2, true, {"a", "b", "b\nc"}},
+    };
+    for (const Case& c : cases) {
+        Write(path, c.text);
+        Lines lines;
+        lines.stopAt = c.stopAt;
+        EXPECT_EQ(c.result, ReadFileLines(path.c_str(), Collect, &lines));
+        EXPECT_EQ(c.lines, lines.seen) << c.text;
+    }
+    Write(path, std::string(2500, 'x') + "\n\n");
+    EXPECT_EQ(2, CountFileLines(path.c_str()));
+    std::vector<int> chunks;
+    EXPECT_TRUE(ReadFileInChunks(path.c_str(), CountChunks, &chunks, 1000));
+    EXPECT_EQ((std::vector<int>{1000, 1000, 502}), chunks);
+    EXPECT_EQ(-1, CountFileLines((dir / "missing").c_str()));
+}
+
+}  // namespace
