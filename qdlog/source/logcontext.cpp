@@ -27,6 +27,12 @@ const TitleWord kTitleWords[] = {
 LazyGlobal<LogContext> g_logContext;
 alignas(LogContext) unsigned char g_logStorage[sizeof(LogContext)];
 
+// The key of the logger's flag, formatted into `out` (the member it is kept in).
+const char* LoggerFlagName(char out[16]) {
+    FormatLoggerFlagName(GetThisModuleDir(), out);
+    return out;
+}
+
 // Runs under the singleton's spin lock, once.
 LogContext* BuildLogContext() {
     LogContext* logObjPtr = new (g_logStorage) LogContext;
@@ -60,11 +66,11 @@ LogContext::LogContext()
       reserveMBytes_(512),
       reserveIsMemory_(0),
       maxFileNum_(0),
-      toDebuger_(1) {
-    // Here the process-unique flag of this directory is taken, and a second copy of
-    // the library in the same directory reported ("相同目录的模块重复构造LogContext单件:
-    // %s"); the flag comes with the cross-process lock.
-    FormatLoggerFlagName(GetThisModuleDir(), pufName_);
+      toDebuger_(1),
+      puf_(LoggerFlagName(pufName_)) {
+    // A second copy of the library from the same directory in this process; if the
+    // user lets it pass, the two copies log side by side.
+    QDR_CHECK_MSG(puf_.IsCreatedBy(), "相同目录的模块重复构造LogContext单件: %s", GetThisModuleDir());
 
     for (int type = 0; type < kEventTypes; ++type)
         snprintf(titles_[type], kTitleChars, "%04d", type);
@@ -79,7 +85,7 @@ LogContext::LogContext()
     lastFileNumCheckTick_ = tick - 120000;
 }
 
-// The members go in reverse order: the file is closed (which flushes it), a
+// The members go in reverse order: the flag is released, the file is closed (which flushes it), a
 // running sweep is stopped and waited for, the callbacks go, and last the lock,
 // which must be free.
 LogContext::~LogContext() {}

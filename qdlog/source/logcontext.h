@@ -11,6 +11,7 @@
 
 #include "eventhead.h"
 #include "logfile.h"
+#include "processflag.h"
 #include "qd_allocator.h"
 #include "qdlog.h"
 #include "qdr/qdmsel.h"
@@ -133,11 +134,13 @@ public:
     uint32_t lastFileNumCheckTick_;
     LogFileList logFileList_;
     LogFile logFile_;
-    // The process-unique flag over this name comes with the cross-process lock; it
-    // will mark this directory's logger as taken.
+    // The hash of this module's directory: the key of puf_.
     char pufName_[16];
     // The time column of the current second, under lock_.
     HeadClock headClock_;
+    // Marks this directory's logger as taken in the process. Last, so that the
+    // destructor releases it first.
+    ProcessUniqueFlag puf_;
 };
 
 // The singleton, built on first use. The common path is one pointer test.

@@ -122,6 +122,17 @@ int Utf16ToUtf8(const char16_t* src, int srcLen, char* dst, int dstCap);
 int ProgramPath(char* buffer, int capacity);
 // Path of the loaded object that holds `address` (dladdr); 0 on failure.
 int ModulePathOf(const void* address, char* buffer, int capacity);
+// The address of the ELF header of the loaded object that holds `address`: the
+// module handle here. 0 when no object holds it.
+uintptr_t ModuleBaseOf(const void* address);
+// A symbol of the loaded object whose handle is `base`; null when it has none.
+void* ModuleSymbol(uintptr_t base, const char* name);
+// The handle of a loaded object named by its path or file name (case ignored); 0
+// when none is loaded.
+uintptr_t LoadedModuleBase(const char* name);
+// Calls `each` with the path of every file that process `pid` (0: this one) maps
+// executable, once per file, in address order. False when the list cannot be read.
+bool EachMappedModule(uint32_t pid, void (*each)(void* param, const char* path), void* param);
 // The program's arguments from index 1 on, each preceded by one blank, cut to fit.
 void JoinedArguments(char* buffer, int capacity);
 // getenv; null when unset.

@@ -4,6 +4,8 @@
 // directories end in their separator.
 #pragma once
 
+#include <cstdint>
+
 // A build tag as it stands in a module: "ModuleInfoBegin|", the information padded
 // with '`' to 64 characters, "|ModuleInfoEnd", then 8 more characters.
 constexpr int kModuleTagBeginChars = 16;
@@ -26,3 +28,43 @@ const char* GetThisModuleDir();
 // The executable's directory and file name, each computed once.
 const char* GetExeDir();
 const char* GetExeName();
+
+// ---- module handles -------------------------------------------------------------
+
+// A module handle is the address of the loaded object's ELF header.
+typedef uintptr_t ModuleHandle;
+// The handle of the module that holds this code; 0 on failure.
+ModuleHandle GetThisModuleHandle();
+// The handle of the module holding `address`, or 0.
+ModuleHandle GetModuleHandleByAddress(const void* address);
+// Whether `handle` is the handle of a loaded module; 0 is not.
+bool IsModuleHandle(ModuleHandle handle);
+
+// ---- the tag in a module file ---------------------------------------------------
+
+// Scans a file image for the tag: in 8-bit units first, then 16-bit, then 32-bit
+// ones. The result points at the 64 information units, `*charSize` (may be null)
+// receives the width; null when no tag is there. A marker that is not followed by
+// the end marker exactly 64 units on, or whose information holds a zero unit, is
+// not a tag, and the scan goes on behind it.
+const void* FindModuleTag(const void* modBin, int binLen, int* charSize);
+// Reads a module file and copies its trimmed information to `info` (65 bytes) and
+// the 8 characters behind the end marker to `suffix` (9 bytes, terminated).
+// `info`, or null when the file cannot be read or holds no tag.
+char* ReadModuleTagFile(const char* path, char* info, char* suffix);
+// Calls a loaded module's own GetModuleTagInfo; null when it has none.
+const char* CallModuleTagInfo(ModuleHandle module);
+
+// Calls `callback(param, pathName)` for each module that process `pid` (0 or this
+// process's id: this one) has loaded, as its mapped executable files; with
+// `patterns` only the names that match them (MatchingFileNames, case ignored). A
+// false result of the callback ends the walk. 1, or 0 when the list cannot be read
+// or `callback` is null.
+int EnumProcessModules(void* param, bool (*callback)(void* param, const char* pathName),
+                       uint32_t pid, const char* patterns = nullptr);
+
+// Whether two names mean one module: equal ignoring case; else, when either is
+// loaded, whether both name the same loaded module; else equal once normalised.
+//   ("C:\A\x.dll", "c:\a\X.DLL") -> true
+template <class CHAR>
+bool IsSameModule(const CHAR* mod1, const CHAR* mod2);

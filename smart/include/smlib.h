@@ -45,3 +45,27 @@ bool ReadTextFileToStr(const char* path, std::string& text);
 
 // The file's bytes as they stand into `block`; empty after a failure.
 bool ReadFileToBinary(const char* path, Binary& block);
+
+// ---- process and system queries ------------------------------------------------
+// Compiled into the process utilities (winutil), whose operating-system layer they
+// stand on.
+
+// Runs `cmdLine` with "/bin/sh -c" and waits. With `result` its standard output goes
+// to "<temporary directory><pid %08X>_<thread %08X>.rss.tmp", and the file's bytes
+// and a terminating zero (counted in Size()) come back in `result`. Every other
+// "*.rss.tmp" of the temporary directory is swept first.
+bool RunCommandCapture(const char* cmdLine, Binary* result);
+// Available physical memory in bytes; `totalPhysical` (may be null) the total.
+uint64_t GetMemoryStatus(uint64_t* totalPhysical = nullptr);
+// The resident set of a process (0: this one) in bytes, 0 on failure; `pageFileUse`
+// (may be null) receives its data segment (VmData).
+uint64_t GetProcessMemory(uint64_t* pageFileUse = nullptr, uint32_t processId = 0);
+bool IsProcessAlive(uint32_t processId);
+uint32_t GetParentProcessId();
+// SIGKILL; for this process, the end at once with status 255.
+bool KillProcess(uint32_t processId);
+// True once the process has ended (or never existed), polled every 10 ms up to
+// `timeoutMs` (0xFFFFFFFF: without limit).
+bool WaitProcessExit(uint32_t processId, uint32_t timeoutMs);
+// The processor's name from /proc/cpuinfo into 256 bytes.
+bool GetCpuName(char* buffer);

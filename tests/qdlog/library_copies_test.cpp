@@ -41,6 +41,20 @@ TEST(LibraryCopies, ThreeCopiesLoadAndEachLogs) {
     EXPECT_NE(std::string::npos, out.find("loaded 3")) << out;
     for (int i = 1; i <= 3; ++i)
         EXPECT_EQ(1, LogFilesIn(scratch.Path() / "logs" / std::to_string(i)));
+    EXPECT_EQ(std::string::npos, out.find("LogContext单件")) << out;
+}
+
+// The second copy from one directory finds the flag of the first taken; the report
+// answered Ignore, both log.
+TEST(LibraryCopies, SecondCopyFromOneDirectoryIsReported) {
+    ScratchDir scratch("copies");
+    const std::string out = RunCopies(scratch, {"a/lib1.so", "a/lib2.so"});
+    const size_t report = out.find("相同目录的模块重复构造LogContext单件: ");
+    ASSERT_NE(std::string::npos, report) << out;
+    EXPECT_NE(std::string::npos, out.find("puf_.IsCreatedBy()")) << out;
+    EXPECT_LT(out.find("loaded 1"), report);
+    EXPECT_EQ(std::string::npos, out.find("Assertion Failed", report + 1)) << out;
+    EXPECT_NE(std::string::npos, out.find("loaded 2")) << out;
 }
 
 // A host on the library and a plug-in with its own copy from another directory:

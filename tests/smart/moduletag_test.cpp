@@ -1,0 +1,113 @@
+// Module handles, the tag scan of module files, the modules of a process and the
+// comparison of module names.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include <cstring>
+#include <fstream>
+#include <string>
+
+#include "moduleinfo.h"
+#include "qdlog.h"
+#include "report_capture.h"
+#include "scratch_dir.h"
+
+namespace {
+
+const std::string kInfo = "MIDKIT_9.9`" + std::string(53, '`');
+
+// The tag in units of `width` bytes (little-endian), with `prefix` bytes before it.
+std::string Tag(int width, const std::string& info, const std::string& prefix = "") {
+    const std::string narrow = "ModuleInfoBegin|" + info + "|ModuleInfoEnd" + "1234ABCD";
+    std::string out = prefix;
+    for (char c : narrow) {
+        out += c;
+        out.append(static_cast<size_t>(width - 1), '\0');
+    }
+    return out;
+}
+
+std::string ReadTag(const ScratchDir& dir, const std::string& image, std::string* suffix) {
+    std::ofstream(dir / "m.so", std::ios::binary) << image;
+    char info[kModuleTagInfoChars + 1], suf[kModuleTagSuffixChars + 1];
+    if (!ReadModuleTagFile((dir / "m.so").c_str(), info, suf)) return "(none)";
+    *suffix = suf;
+    return info;
+}
+
+}  // namespace
+
+TEST(ModuleTag, FoundInEachWidthBehindFalseMarkers) {
+    ScratchDir dir("moduletag");
+    const std::string markersOnly = "xxModuleInfoBegin|short|ModuleInfoEnd";
+    const std::string zeroInside = Tag(1, std::string(10, 'a') + '\0' + std::string(53, 'a'));
+    struct Case {
+        std::string image;
+        int width;
+    } cases[] = {{Tag(1, kInfo, markersOnly), 1},
+                 {zeroInside + Tag(1, kInfo), 1},
+                 {Tag(2, kInfo, "odd"), 2},
+                 {Tag(4, kInfo, markersOnly), 4}};
+    for (const Case& c : cases) {
+        int width = 0;
+        EXPECT_NE(nullptr, FindModuleTag(c.image.data(), static_cast<int>(c.image.size()), &width));
+        EXPECT_EQ(c.width, width);
+        std::string suffix;
+        EXPECT_EQ("MIDKIT_9.9", ReadTag(dir, c.image, &suffix));
+        EXPECT_EQ("1234ABCD", suffix);
+    }
+    std::string suffix;
+    EXPECT_EQ("(none)", ReadTag(dir, markersOnly, &suffix));
+    EXPECT_EQ("(none)", ReadTag(dir, zeroInside, &suffix));
+    EXPECT_EQ("(none)", ReadTag(dir, "", &suffix));
+    ReportCapture reports;
+    char info[65], suf[9];
+    EXPECT_EQ(nullptr, ReadModuleTagFile(nullptr, info, suf));
+    EXPECT_EQ(nullptr, FindModuleTag(nullptr, 10, nullptr));
+    EXPECT_EQ(1, reports.Count("(false)"));
+    EXPECT_EQ(3, reports.Count("(modBin && binLen>0)"));
+}
+
+TEST(ModuleHandles, LookupsAndTheTagOfALoadedLibrary) {
+    const ModuleHandle self = GetThisModuleHandle();
+    EXPECT_NE(0u, self);
+    EXPECT_TRUE(IsModuleHandle(self));
+    EXPECT_FALSE(IsModuleHandle(0));
+    EXPECT_FALSE(IsModuleHandle(self + 16));
+    EXPECT_EQ(self, GetModuleHandleByAddress(reinterpret_cast<void*>(&ReadTag)));
+    EXPECT_EQ(0u, GetModuleHandleByAddress(nullptr));
+    EXPECT_EQ(nullptr, CallModuleTagInfo(self));  // the program exports no tag
+    const ModuleHandle library =
+        GetModuleHandleByAddress(reinterpret_cast<void*>(&GetModuleTagInfo));
+    ASSERT_NE(self, library);
+    EXPECT_STREQ(GetModuleTagInfo(), CallModuleTagInfo(library));
+}
+
+TEST(ModuleHandles, ModulesOfAProcessAndSameNames) {
+    std::vector<std::string> seen;
+    auto collect = [](void* param, const char* path) {
+        static_cast<std::vector<std::string>*>(param)->push_back(path);
+        return true;
+    };
+    EXPECT_EQ(1, EnumProcessModules(&seen, collect, 0, "*libqdlog_9d.so*"));
+    ASSERT_EQ(1u, seen.size());
+    EXPECT_EQ(std::filesystem::canonical(QDLOG_LIBRARY_FILE), seen[0]);
+    seen.clear();
+    EXPECT_EQ(1, EnumProcessModules(&seen, collect, 0));
+    EXPECT_GE(seen.size(), 3u);  // the program, the engine, the C library at least
+    EXPECT_EQ(0, EnumProcessModules(&seen, collect, 0x7FFFFFF0));
+    ReportCapture reports;
+    EXPECT_EQ(0, EnumProcessModules(nullptr, nullptr, 0));
+    EXPECT_EQ(1, reports.Count("(false)"));
+
+    EXPECT_TRUE(IsSameModule("C:\\A\\x.dll", "c:\\a\\X.DLL"));
+    EXPECT_TRUE(IsSameModule("\\a\\b\\..\\x.so", "/a/x.so"));
+    EXPECT_FALSE(IsSameModule("\\a\\x.so", "\\a\\y.so"));
+    // By its soname, and by the path it was loaded under.
+    const std::string loaded =
+        (std::filesystem::path(QDLOG_LIBRARY_FILE).parent_path() / "libqdlog_9d.so.2").string();
+    EXPECT_TRUE(IsSameModule("libqdlog_9d.so.2", loaded.c_str()));
+    EXPECT_FALSE(IsSameModule("libqdlog_9d.so", "/elsewhere/libqdlog_9d.so"));
+    EXPECT_TRUE(IsSameModule(u"C:\\A\\x.dll", u"c:/a/X.DLL"));
+}

@@ -1,0 +1,176 @@
+// The process utilities: the pure rules by tables, the rest against real processes,
+// files and /proc.
+#include "qdglib.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <fstream>
+#include <thread>
+
+#include "child_process.h"
+#include "moduleinfo.h"
+#include "qdfdk.h"
+#include "report_capture.h"
+#include "scratch_dir.h"
+#include "smlib.h"
+#include "unwritable_dir.h"
+
+TEST(WindowsVersion, TableAndNames) {
+    struct Case {
+        VersionRecord record;
+        int version;
+    } cases[] = {
+        {{2, 6, 0, 1, 0}, 7},          {{2, 6, 0, 3, 0}, 6},      {{2, 6, 1, 1, 0}, 8},
+        {{2, 6, 2, 1, 0}, 9},          {{2, 5, 0, 1, 0}, 4},      {{2, 5, 2, 1, 0}, 5},
+        {{2, 6, 3, 1, 0}, 3},          {{2, 4, 0, 1, 0}, 3},      {{1, 0, 0, 0, 0x80000004}, 2},
+        {{1, 0, 0, 0, 0x80000003}, 1}, {{1, 0, 0, 0, 0x0106}, 8}, {{1, 0, 0, 0, 0x0105}, 5},
+    };
+    for (const Case& c : cases) EXPECT_EQ(c.version, ClassifyWindowsVersion(c.record));
+    EXPECT_EQ(Windows_NT, GetWindowsVersion());
+    EXPECT_STREQ("Windows_NT", GetWindowsVersionName());
+    EXPECT_STREQ("Invalid_WinVer", WindowsVersionName(10));
+    char name[64];
+    EXPECT_STREQ("Global\\X_mpf", MakeGlobalName(name, "X", "_mpf"));
+    EXPECT_EQ("Global\\X", MakeGlobalName("X", nullptr));
+}
+
+TEST(SmallHelpers, TextRules) {
+    struct Trim {
+        const char* in;
+        const char* out;
+    } trims[] = {
+        {"文件不存在。", "文件不存在"}, {"Done.\r\n", "Done."}, {"a，；！ \t", "a"}, {"", ""}};
+    for (const Trim& t : trims) {
+        char text[64];
+        strcpy(text, t.in);
+        TrimSystemErrorText(text);
+        EXPECT_STREQ(t.out, text);
+    }
+    EXPECT_EQ("No such file or directory(2)", FormatSystemError(2));
+    char guid[40];
+    EXPECT_STREQ("{12345678-ABCD-1234-0102-030405060708}",
+                 FormatGuid(0x12345678, 0x1234ABCD, 0x04030201, 0x08070605, guid));
+    EXPECT_EQ(-42, ParseIntW(u"  -42x"));
+    EXPECT_EQ(0, ParseIntW(u"\t7"));
+    char out[8];
+    EXPECT_TRUE(ConvertCodePage(65001, "中文", out, sizeof(out)));
+    EXPECT_STREQ("中文", out);
+    EXPECT_FALSE(ConvertCodePage(0, "12345678", out, sizeof(out)));
+    EXPECT_FALSE(ConvertCodePage(936, "ab", out, sizeof(out)));
+    EXPECT_STREQ("ab", out);
+    char path[512];
+    for (const char* bad : {"", "a/b", "a:b", "a\"b"})
+        EXPECT_STREQ("", BuildFilePathBesideModule(path, false, true, bad));
+    EXPECT_STREQ("", BuildFilePathBesideModule(path, true, true, "no-such-file"));
+    EXPECT_EQ(ComposeFileName(GetThisModuleDir(), "x.txt"),
+              BuildFilePathBesideModule(path, false, true, "x.txt"));
+}
+
+TEST(SmallHelpers, BadArgumentsAreReported) {
+    ReportCapture reports;
+    uint32_t pid;
+    EXPECT_FALSE(FindProcessByFile(nullptr, &pid, false));
+    EXPECT_FALSE(GetProcessFileName(0, nullptr));
+    EXPECT_FALSE(LaunchFile("/no/such/file"));
+    EXPECT_EQ(0u, StartProcess(nullptr));
+    EXPECT_FALSE(RunProcess(nullptr, true));
+    EXPECT_FALSE(RunCommandCapture(nullptr, nullptr));
+    EXPECT_FALSE(GetCpuName(nullptr));
+    EXPECT_FALSE(WriteSetting(nullptr, "v"));
+    EXPECT_EQ(5, ReadSettingInt("missing-key", 5, true, 9, 1));
+    EXPECT_EQ(9, reports.Count());
+}
+
+TEST(CpuUsage, ArithmeticAndABusyChild) {
+    int system, process;
+    CpuUsageMeter::Compute({1000, 100, 50, 100, 0, 0, 0}, {2000, 150, 90, 150, 0, 100, 0}, 2,
+                           &system, &process);
+    EXPECT_EQ(50, system);  // 50 of 100: kernel time takes no part
+    EXPECT_EQ(5, process);  // 100 over (2000 - 1000) * 2
+    CpuUsageMeter& meter = CpuUsageMeter::Instance();
+    meter.GetCpuUsage(nullptr);
+    const uint32_t burner = StartProcess("exec timeout 1.2 sh -c 'while :; do :; done'");
+    ASSERT_NE(0u, burner);
+    std::this_thread::sleep_for(std::chrono::milliseconds(250));
+    meter.GetCpuUsage(nullptr);
+    std::this_thread::sleep_for(std::chrono::milliseconds(800));
+    system = meter.GetCpuUsage(&process);
+    EXPECT_EQ(system, meter.GetCpuUsage(nullptr));  // within 200 ms: no new sample
+    const int cpus = static_cast<int>(std::thread::hardware_concurrency());
+    EXPECT_GE(system, 50 / cpus);
+    EXPECT_LE(system, 100);
+    EXPECT_LE(process, 20);
+    EXPECT_TRUE(WaitProcessExit(burner, 5000));
+}
+
+TEST(Processes, FindRunCaptureAndKill) {
+    ChildProcess child({FLAG_HELPER, "hold", "P"});
+    std::string line;
+    ASSERT_TRUE(child.ReadLine(&line));
+    const uint32_t childPid = static_cast<uint32_t>(atol(line.c_str()));
+    uint32_t first = 0;
+    std::vector<uint32_t> pids;
+    EXPECT_TRUE(FindProcessByFile("FLAG_HELPER", &first, false, &pids));
+    EXPECT_NE(pids.end(), std::find(pids.begin(), pids.end(), childPid));
+    EXPECT_FALSE(FindProcessByFile("no-such-program", &first, false));
+    char path[512];
+    EXPECT_TRUE(GetProcessFileName(childPid, path));
+    EXPECT_STREQ(FLAG_HELPER, path);
+    EXPECT_TRUE(IsProcessAlive(childPid));
+    EXPECT_TRUE(KillProcess(childPid));
+    EXPECT_TRUE(WaitProcessExit(childPid, 5000));
+    EXPECT_FALSE(IsProcessAlive(childPid));
+
+    ScratchDir temp("capture");
+    setenv("TMPDIR", temp.Text().c_str(), 1);
+    std::ofstream(temp / "stale.rss.tmp") << "x";
+    Binary out;
+    EXPECT_TRUE(RunCommandCapture("echo hi", &out));
+    EXPECT_STREQ("hi\n", reinterpret_cast<const char*>(out.Data()));
+    EXPECT_TRUE(std::filesystem::is_empty(temp.Path()));
+    unsetenv("TMPDIR");
+
+    EXPECT_TRUE(IsMainThread());
+    bool other = true;
+    std::thread([&] { other = IsMainThread(); }).join();
+    EXPECT_FALSE(other);
+}
+
+TEST(Settings, SurviveAProcessAndFailCleanly) {
+    ScratchDir temp("settings");
+    const std::vector<std::string> env = {"TMPDIR=" + temp.Text()};
+    auto run = [&](std::vector<std::string> args) {
+        args.insert(args.begin(), FLAG_HELPER);
+        ChildProcess child(args, env);
+        return child.ReadAll();
+    };
+    EXPECT_EQ("ok\n", run({"set", "Key", "value 1"}));
+    EXPECT_EQ("ok\n", run({"set", "Other", "2"}));
+    EXPECT_EQ("value 1\n", run({"get", "Key"}));
+    EXPECT_EQ("none\n", run({"get", "Missing"}));
+    setenv("TMPDIR", temp.Text().c_str(), 1);
+    {
+        UnwritableDir locked(temp.Text());
+        EXPECT_FALSE(WriteSetting("Key", "3"));
+        char value[16];
+        EXPECT_TRUE(ReadSetting("Key", value, sizeof(value), false, "dflt"));
+        EXPECT_STREQ("dflt", value);
+    }
+    EXPECT_EQ("value 1\n", run({"get", "Key"}));
+    std::ofstream(temp / "flag_helper.ini") << std::string(3 << 20, '#');
+    EXPECT_EQ("failed\n", run({"set", "Key", "4"}));
+    EXPECT_EQ("none\n", run({"get", "Key"}));
+
+    RecentList three(3);
+    for (const char* item : {"a", "b", "a", "c"}) three.Add(item);
+    ASSERT_TRUE(three.Save());
+    RecentList two(2);
+    two.Load();
+    EXPECT_EQ((std::vector<std::string>{"a", "b"}), two.Items());
+    ASSERT_TRUE(WriteSetting("EXERecentInfoCount", "123456"));
+    two.Load();
+    EXPECT_TRUE(two.Items().empty());
+    unsetenv("TMPDIR");
+}
