@@ -22,7 +22,9 @@ char* TrimModuleTagInfo(const char* info64, char* info);
 // does not fit in `size` bytes. A null buffer or a size below 1 is reported.
 char* GetThisModuleFileName(char* sPathName, int size);
 // The same, and its directory, each filled once into a static buffer; "" when the
-// lookup failed, which is reported.
+// lookup failed, which is reported. The directories are GetDirName's (qdfdk.h), in
+// the toolkit's grammar, for callers that build further paths on them:
+//   "/opt/app/libqdlog_9d.so" -> "\opt\app\"
 const char* GetThisModulePathName();
 const char* GetThisModuleDir();
 // The executable's directory and file name, each computed once.

@@ -4,6 +4,7 @@
 
 #include <cstring>
 
+#include "qdfdk.h"
 #include "qdr/platform/os.h"
 #include "qdr/qdatomic.h"
 
@@ -17,25 +18,6 @@ bool IsSeparator(char c) {
 
 bool IsTagPadding(char c) {
     return c == ' ' || c == '\r' || c == '\n' || c == '\t' || c == '`';
-}
-
-// The directory part of a path with its separator; false without one. Unlike the
-// path routines' GetDirName (qdfdk.h, not included here) it does not normalise: the
-// module's directory keeps the system's own spelling, which is what QDLogGetDir and
-// the file names then show.
-//   "/opt/app/libx.so" -> "/opt/app/";  "C:\a\b.exe" -> "C:\a\"
-bool GetDirName(const char* path, char* dir) {
-    const char* last = nullptr;
-    for (const char* p = path; *p; ++p)
-        if (IsSeparator(*p)) last = p;
-    if (!last) {
-        dir[0] = 0;
-        return false;
-    }
-    const size_t n = static_cast<size_t>(last - path) + 1;
-    memcpy(dir, path, n);
-    dir[n] = 0;
-    return true;
 }
 
 // Fills `buffer` once: `fill` runs under the spin lock of the first caller, and a

@@ -107,7 +107,7 @@ TEST_F(Config, EveryParameterHasItsRangeAndItsDefault) {
 
 TEST_F(Config, DirCountsOnTheFirstPassOnly) {
     const std::string name = "logs-" + std::to_string(getpid());
-    const std::string made = std::string(GetExeDirA_()) + name;
+    const std::string made = SystemPath(GetExeDirA_()) + name;
     WriteIni("[params]\ndir=" + name + "\n");
     Pass();
     // Based on the executable's directory, in the path routines' normal form.

@@ -8,9 +8,10 @@
 
 #include "logconfig.h"
 #include "logdir.h"
+#include "scratch_dir.h"
 
 inline std::string IniPath() {
-    return std::string(GetExeDirA_()) + "qdlog.ini";
+    return SystemPath(GetExeDirA_()) + "qdlog.ini";
 }
 
 // Replaces qdlog.ini as an editor does: a new file renamed over the old one.

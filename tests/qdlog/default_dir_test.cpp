@@ -17,16 +17,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string Shown(std::string path) {
-    std::replace(path.begin(), path.end(), '\\', '/');
-    return path;
-}
-
 TEST(DefaultLogDirectory, IsTheStateDirectoryWhereTheProgramCannotWriteAndAChoiceWins) {
     ScratchDir state("state");
     fs::permissions(state.Path(), fs::perms::all);  // the unprivileged user makes it
     ASSERT_EQ(0, setenv("XDG_STATE_HOME", state.Text().c_str(), 1));
-    const std::string exeDir = Shown(GetExeDir());
+    const std::string exeDir = SystemPath(GetExeDir());
     const std::string fallback = state / (std::string(GetExeName()) + "/logs");
     testing::internal::CaptureStderr();
     {

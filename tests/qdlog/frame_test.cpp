@@ -1,6 +1,7 @@
 // The frame: the start and the end of the singleton, the setters' clamps, the titles,
 // the log directory and the flag's name.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -10,6 +11,7 @@
 
 #include "logdir.h"
 #include "log_test_support.h"
+#include "scratch_dir.h"
 #include "moduleinfo.h"
 #include "report_capture.h"
 
@@ -98,17 +100,15 @@ protected:
         QDLogSetDir(nullptr);
         fs::remove_all(made_);
     }
-    std::string made_ = std::string(GetExeDir()) + "frame-test-logs";
+    // One directory per process: CTest runs the tests of this fixture side by side.
+    std::string made_ = SystemPath(GetExeDir()) + "frame-test-logs-" + std::to_string(getpid());
 };
 
 TEST_F(LogDirectory, StartsBesideTheExecutableAndIsMadeWhereItIsSet) {
     // Composed in the path routines' form, handed out with '/'.
-    const auto shown = [](std::string path) {
-        std::replace(path.begin(), path.end(), '\\', '/');
-        return path;
-    };
+    const auto shown = SystemPath;
     EXPECT_EQ(shown(GetExeDir()), QDLogGetDir());
-    EXPECT_EQ(1, QDLogSetDir("frame-test-logs/a"));
+    EXPECT_EQ(1, QDLogSetDir(("frame-test-logs-" + std::to_string(getpid()) + "/a").c_str()));
     std::string composed = made_ + "/a";
     std::replace(composed.begin(), composed.end(), '/', '\\');
     EXPECT_EQ(composed, ::LogDirectory());

@@ -1,6 +1,8 @@
 // Module identity: the build tag's trim and the path lookups.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include <filesystem>
 #include <string>
 
@@ -23,7 +25,10 @@ TEST(ModulePaths, OfThisModuleAndTheExecutable) {
     // Linked statically, this code's module is the test program itself.
     const std::string path = GetThisModulePathName();
     EXPECT_EQ(std::filesystem::canonical("/proc/self/exe").string(), path);
-    EXPECT_EQ(path.substr(0, path.rfind('/') + 1), GetThisModuleDir());
+    // The toolkit's grammar, as GetDirName gives it: "/opt/app/x" -> "\opt\app\".
+    std::string dir = path.substr(0, path.rfind('/') + 1);
+    std::replace(dir.begin(), dir.end(), '/', '\\');
+    EXPECT_EQ(dir, GetThisModuleDir());
     EXPECT_EQ(GetThisModulePathName(), GetThisModulePathName());  // filled once
     EXPECT_STREQ(GetThisModuleDir(), GetExeDir());
     EXPECT_STREQ("smart_moduleinfo_tests", GetExeName());

@@ -39,6 +39,14 @@ private:
     std::filesystem::path path_;
 };
 
+// A path of the library's grammar as the system takes it: '\' becomes '/'.
+//   "\opt\app\qdlog.ini" -> "/opt/app/qdlog.ini"
+inline std::string SystemPath(std::string path) {
+    for (char& c : path)
+        if (c == '\\') c = '/';
+    return path;
+}
+
 inline std::string Contents(const std::filesystem::path& path) {
     std::stringstream all;
     all << std::ifstream(path, std::ios::binary).rdbuf();
