@@ -4,8 +4,10 @@
 
 #include <cstdio>
 #include <cstring>
+#include <string>
 
 #include "ptrstr.h"
+#include "qdglib.h"
 #include "qdr/platform/os_files.h"
 #include "qdr/platform/os_mapping.h"
 
@@ -83,16 +85,17 @@ bool MappingFile::Open(const char* filename, bool readWrite, uint32_t viewOffset
             Close();
             return false;
         }
-        // "%s%s" before Windows_NT; this platform answers Windows_NT and later.
-        char mapName[kMaxPathChars + 16];
+        // The kernel object's name: "Global\%s%s" of the map name and "_mpf" from
+        // Windows_NT on (which this platform answers), "%s%s" before.
+        std::string mapName;
         const char* objectName = nullptr;
         if (pagingMapName) {
-            const int n = snprintf(mapName, sizeof(mapName), "Global\\%s%s", pagingMapName, "_mpf");
-            if (n < 0 || n >= static_cast<int>(sizeof(mapName))) {
+            mapName = MakeGlobalName(pagingMapName, "_mpf");
+            if (mapName.size() >= kMaxPathChars + 16) {
                 Close();
                 return false;
             }
-            objectName = mapName;
+            objectName = mapName.c_str();
         }
         bool created = false;
         m_mapHD = os::CreateSharedMemory(objectName, numberOfBytesToMap, &created);
