@@ -56,7 +56,7 @@ void ShortenPath(const char* path, char* out, int capacity) {
     snprintf(out, static_cast<size_t>(capacity), "...%s", path + len - i);
 }
 
-// Shows the report and returns the answer, as the platform allows: the installed
+// Shows the report and returns the answer, as Linux allows: the installed
 // handler; else QDR_ASSERT_ANSWER; else a question on the terminal; else Ignore.
 int ShowBox(const char* text, const char* file, int line, const char* expr, const char* message) {
     if (qdr_AssertReportHandler handler = g_handler.load(std::memory_order_acquire)) {
@@ -128,7 +128,7 @@ int qdr_vAssertPrintfBox(const char* file, int line, const char* expr, const cha
     else
         ShortenPath(rawPath, module, kPathChars);
 
-    // Local time straight from the platform: the report calls nothing that checks.
+    // Local time straight from Linux (localtime_r): the report calls nothing that checks.
     char timeText[kTimeChars];
     {
         int64_t ms = (os::SystemTimeAsFileTime() - 116444736000000000LL) / 10000;

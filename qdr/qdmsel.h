@@ -8,7 +8,7 @@
 #include "platform/os.h"
 #include "qdassert.h"
 
-// The platform's eight-field broken-down time.
+// Windows' eight-field broken-down time (SYSTEMTIME).
 struct SYSTEMTIME {
     uint16_t wYear;
     uint16_t wMonth;

@@ -2,7 +2,7 @@
 //
 // Two magic words around the bookkeeping catch a record that was never initialised
 // or was overrun by a neighbour; a destroyed record is filled with 0xCD so that any
-// later use fails the same test. The lock proper is the platform's recursive lock;
+// later use fails the same test. The lock proper is Linux's recursive pthread mutex;
 // lockedCount always moves together with its recursion count.
 #pragma once
 
@@ -56,7 +56,7 @@ inline void OSMutexSetOwner(OSMutex* mutex, OSThreadID id) {
 }
 
 // A record that fails the magic test is reported and then left alone: going on
-// would hand garbage to the platform's lock.
+// would hand garbage to the pthread mutex.
 inline void OSMutexLock(OSMutex* mutex) {
     QDR_CHECK_MSG(OSMutexIsValid(mutex), "%s", "Invalid mutex object!!!");
     if (!OSMutexIsValid(mutex)) return;

@@ -7,7 +7,7 @@
 #include "platform/os.h"
 #include "qdassert.h"
 
-// The platform's joinable thread handle; 0 means no thread.
+// Linux's joinable thread handle (a pthread); 0 means no thread.
 typedef uintptr_t OSThread;
 // Kernel thread id; 0 means none.
 typedef uint32_t OSThreadID;

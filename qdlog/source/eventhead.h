@@ -18,8 +18,8 @@ constexpr int kTitleChars = 32;
 // A second is broken down and written once, at its first event; the other events of
 // that second copy its text and add their milliseconds, which saves the C library's
 // local time conversion: 55 ns of an 80-byte event's 335 (bench/qdlog_bench,
-// BM_ComparedMessage). A time that cannot be
-// broken down gives zeros in every field, as before, and is not kept. The zone is
+// BM_ComparedMessage). A time that cannot be broken down gives zeros in every
+// field, as the uncached conversion does, and is not kept. The zone is
 // the C library's of that first event: a program that changes TZ and calls tzset
 // sees the new zone from the next second on. The caller holds lock_.
 class HeadClock {

@@ -22,7 +22,7 @@ constexpr int kEventTypes = 32;
 constexpr int kRawEventType = 31;
 
 // A word that setters and getters touch without a lock while events read it:
-// relaxed atomic loads and stores, which cost what plain ones do on this platform.
+// relaxed atomic loads and stores, which cost what plain ones do on x86-64 and aarch64 Linux.
 template <class T>
 class Relaxed {
 public:
@@ -39,7 +39,7 @@ private:
 };
 
 // The callbacks by user data, in the numeric order of the pointers. Nodes come
-// from the map's own pool: 48 bytes each on this platform (24 on the 32-bit build
+// from the map's own pool: 48 bytes each on 64-bit Linux (24 on the 32-bit build
 // the pool was first sized for).
 typedef WrapperAllocator<BlockAllocator<48, 1, sys_allocator_traits, 4096>> CallbackPool;
 typedef std::map<void*, QDLogCallback, QDLess_<void*>,
@@ -48,7 +48,7 @@ typedef std::map<void*, QDLogCallback, QDLess_<void*>,
 
 // The full paths of closed log files in plain byte order, which within one
 // directory is the order of birth. Nodes come from the set's own pool: 64 bytes each
-// on this platform (48 on a 32-bit build).
+// on 64-bit Linux (48 on a 32-bit build).
 typedef WrapperAllocator<BlockAllocator<64, 1, sys_allocator_traits, 4096>> LogPathPool;
 typedef std::set<std::string, QDLess_<std::string>, qd_allocator<std::string, LogPathPool>>
     LogPathSet;

@@ -15,7 +15,7 @@
 #include "qdr/qdassert.h"
 #include "smartstr.h"
 
-// The names the platform's create call takes. Share modes, security, flags and a
+// The names Windows' create call takes. Share modes, security, flags and a
 // template have no counterpart here: CFileHandle accepts and ignores them.
 constexpr uint32_t GENERIC_READ = os::kGenericRead;
 constexpr uint32_t GENERIC_WRITE = os::kGenericWrite;
@@ -91,7 +91,7 @@ public:
     CFileHandle(const CFileHandle&) = delete;
     CFileHandle& operator=(const CFileHandle&) = delete;
 
-    // The platform's create call. Opening an open handle is reported and refused.
+    // Windows' create call, done on Linux. Opening an open handle is reported and refused.
     bool Open(const char* filename, uint32_t access, uint32_t share, void* security,
               uint32_t disposition, uint32_t flags = FILE_ATTRIBUTE_NORMAL,
               intptr_t templateFile = 0) {

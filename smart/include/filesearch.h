@@ -3,7 +3,7 @@
 // directory and how the tree-wide text tools find their files.
 //
 // FileFinder is one enumeration of one directory, matched against a name pattern
-// as the platform's find call does (case ignored, `*.*` matching every name).
+// as Windows' find call does (case ignored, `*.*` matching every name).
 // WalkDirectory walks one directory, entering subdirectories while a depth budget
 // lasts; SearchFiles takes several start directories separated by `|` and drops
 // those that another start already covers before it walks.
@@ -34,7 +34,7 @@ public:
     bool Next();
     void Close();
 
-    // The platform's attribute bits (0x10 directory); 0xFFFFFFFF for an entry that
+    // Windows' attribute bits (0x10 directory); 0xFFFFFFFF for an entry that
     // vanished before it could be looked at.
     uint32_t GetAttributes() const { return attributes_; }
     bool IsDirectory() const;

@@ -5,7 +5,7 @@
 //
 // The path grammar: `\` is the normal separator and `/` is accepted on input; `C:`
 // starts a drive path, `\\server\share` a network path, a leading `.` or `..` a
-// relative one. On this platform a path that begins with a single separator
+// relative one. On Linux a path that begins with a single separator
 // (`/var/log`, `\var\log`) is absolute too, with the root `\`. The platform layer
 // turns `\` into `/` when it hands a path to the system.
 //
@@ -148,7 +148,7 @@ template <class CHAR>
 int64_t GetFileSizeByName(const CHAR* name);
 // The size that has reached the system (not what waits in the stream's buffer);
 // for files under 4 GiB: a larger one is reported "(dwHSize == 0)" and gives its
-// low 32 bits, as the platform call does. -1 on failure.
+// low 32 bits, as Windows' call does. -1 on failure.
 int32_t GetFileSizeOfStream(FILE* stream);
 // Milliseconds since 1970 of the last write (whole seconds), -1 on failure.
 template <class CHAR>

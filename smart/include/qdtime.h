@@ -108,7 +108,7 @@ const char* GetWeekDayName(int day, const char* language);
 // reported once and the result is 0x80000000.
 int64_t GetCpuFrequency();
 
-// Priority classes and thread priorities, with the platform's values.
+// Priority classes and thread priorities, with Windows' values.
 enum : uint32_t {
     IDLE_PRIORITY_CLASS = 0x40,
     BELOW_NORMAL_PRIORITY_CLASS = 0x4000,

@@ -12,7 +12,7 @@
 
 // Writes the text and its terminator into out[0 .. capacity) and returns the text's
 // length in units. With a null `out` or a capacity of 0 nothing is written and the
-// length is measured (the platform's _vscwprintf). The result is -1 when the format
+// length is measured (Windows' _vscwprintf). The result is -1 when the format
 // is invalid (an unknown conversion, %n, a number too long for an int), or when the
 // text and its terminator do not fit: `out` then holds what fits, terminated.
 //

@@ -14,7 +14,7 @@ namespace {
 template <class SRC, class DST>
 using PlatformConvert = int (*)(const SRC* src, int srcLen, DST* dst, int dstCap);
 
-// The platform writes exactly as many units as fit; the room for the terminator is
+// Linux's converter writes exactly as many units as fit; the room for the terminator is
 // kept back from it, so that terminating at the count it returns stays inside the
 // caller's buffer.
 template <class SRC, class DST>
@@ -26,7 +26,7 @@ void ConvertText(const SRC* text, int len, DST* out_buf, int* out_len,
         *out_len = 0;
         return;
     }
-    // A null text is what the platform refuses: nothing is converted.
+    // A null text is what Windows' converter refuses: nothing is converted.
     if (!text) return;
     if (measure) {
         const int needed = convert(text, len, nullptr, 0);

@@ -13,7 +13,7 @@
 
 namespace {
 
-// Names are matched as the platform's find call matches them: case ignored, `#`
+// Names are matched as Windows' find call matches them: case ignored, `#`
 // and `$` plain characters, "*.*" every name and "*." a name without extension.
 constexpr int kFindFlags = msf_ignore_case | msf_sharp_literal;
 

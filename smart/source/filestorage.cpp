@@ -12,7 +12,7 @@ namespace {
 
 enum { kNoOp = 0, kLastRead = 1, kLastWrite = 2 };
 
-// Whether `bytes` bytes at `p` may be touched. The platform has no probe of
+// Whether `bytes` bytes at `p` may be touched. Linux has no probe of
 // readable memory, so this is the null test.
 inline bool AfxIsValidAddress(const void* p, int bytes, bool forWriting) {
     (void)bytes;

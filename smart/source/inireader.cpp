@@ -24,7 +24,7 @@ const char kBlanks[] = " \r\n\t";
 // save a new text, which no longer fits what was measured.
 constexpr int kReadRounds = 3;
 
-// atoi with the platform's 32-bit long: beyond the range the nearest end.
+// atoi with Windows' 32-bit long: beyond the range the nearest end.
 //   "12x" -> 12;  "0x10" -> 0;  "99999999999" -> 2147483647
 int ReadInt(const char* text) {
     const long value = strtol(text, nullptr, 10);

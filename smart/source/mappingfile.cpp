@@ -1,4 +1,4 @@
-// MappingFile: one class over the two uses of the platform's file mapping, a mapped
+// MappingFile: one class over the two uses of Windows' file mapping, a mapped
 // file and named shared memory. The system calls are in qdr/platform/os_mapping.h.
 #include "mappingfile.h"
 
@@ -13,7 +13,7 @@
 
 namespace {
 
-// The platform's values, kept so the steps read as designed.
+// Windows' values, kept so the steps read as designed.
 constexpr int PAGE_READONLY = 2;
 constexpr int PAGE_READWRITE = 4;
 constexpr int FILE_MAP_WRITE = 2;
@@ -86,7 +86,7 @@ bool MappingFile::Open(const char* filename, bool readWrite, uint32_t viewOffset
             return false;
         }
         // The kernel object's name: "Global\%s%s" of the map name and "_mpf" from
-        // Windows_NT on (which this platform answers), "%s%s" before.
+        // Windows_NT on (which Linux answers), "%s%s" before.
         std::string mapName;
         const char* objectName = nullptr;
         if (pagingMapName) {

@@ -1,4 +1,4 @@
-// Module identity: the build tag's text and the path lookups, on the platform's
+// Module identity: the build tag's text and the path lookups, on Linux's
 // address-to-module query.
 #include "moduleinfo.h"
 

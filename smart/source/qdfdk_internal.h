@@ -36,7 +36,7 @@ private:
     SmartStr text_;
 };
 
-// Narrow text from the platform into a buffer of the routine's width, terminated;
+// Narrow text from Linux into a buffer of the routine's width, terminated;
 // false (and an empty buffer) when it does not fit `capacity` units.
 inline bool FromSystemText(const char* text, char* dest, int capacity) {
     const size_t n = strlen(text);

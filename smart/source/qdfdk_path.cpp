@@ -203,7 +203,7 @@ bool ResolveDotDots(const CHAR* path, int len, PathComponents& stack) {
 // text they were taken from.
 template <class CHAR>
 CHAR* JoinComponents(CHAR* path, int len, const PathComponents& stack) {
-    // Everything resolved down to the root of this platform's absolute path.
+    // Everything resolved down to the root of a Linux absolute path.
     if (stack.size() == 1 && stack[0].len == 0) {
         CopyUnits(path, QD_UNIT_TEXT(CHAR, "\\"), 1);
         return path;

@@ -42,7 +42,7 @@ private:
     int64_t length_ = 0;
 };
 
-// The platform's wide size prefixes, longest first: "hh" before "h", "I64" before "I".
+// Windows' wide size prefixes, longest first: "hh" before "h", "I64" before "I".
 constexpr FormatSizePrefix<char16_t> kSizePrefixes[] = {
     {u"hh", FormatSize::kHH},   {u"h", FormatSize::kH}, {u"ll", FormatSize::kLL},
     {u"l", FormatSize::kL},     {u"w", FormatSize::kL}, {u"j", FormatSize::kJ},
@@ -52,7 +52,7 @@ constexpr FormatSizePrefix<char16_t> kSizePrefixes[] = {
 constexpr uint64_t kSizePrefixStarts = SizePrefixStarts(kSizePrefixes);
 
 // Pads a piece of `length` units to the width: before it, or after it with '-'.
-// Strings and characters pad with '0' under the 0 flag, as the platform does.
+// Strings and characters pad with '0' under the 0 flag, as Windows does.
 template <class PutPiece>
 void PutPadded(WideSink& sink, const FormatSpec& c, int64_t length, PutPiece putPiece) {
     const int64_t pad = c.width > length ? c.width - length : 0;
@@ -178,7 +178,7 @@ bool PutConversion(WideSink& sink, const FormatSpec& c, va_list& args) {
         case 'p':
             return PutNumber(sink, c, "", va_arg(args, void*));
         default:
-            return false;  // %n among them: the platform refuses it too
+            return false;  // %n among them: Windows refuses it too
     }
 }
 
