@@ -65,9 +65,7 @@ const char* GetThisModulePathName() {
     static char sPathName[kPathChars];
     return FillOnce(slot, sPathName, 0, [] {
         // The report shows this expression as written.
-        // clang-format off
         QDR_CHECK(GetThisModuleFileName(sPathName, (((const int)sizeof(sPathName)) / ((const int)sizeof(0[sPathName])))));
-        // clang-format on
         return sPathName[0] != 0;
     });
 }

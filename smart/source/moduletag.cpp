@@ -171,10 +171,8 @@ int EnumProcessModules(void* param, bool (*callback)(void* param, const char* pa
 
 template <class CHAR>
 bool IsSameModule(const CHAR* mod1, const CHAR* mod2) {
-    // clang-format off
     QDR_CHECK_OR_RETURN(((0==mod1 && 0==-1) || AfxIsValidString(mod1, (int)-1)), false);
     QDR_CHECK_OR_RETURN(((0==mod2 && 0==-1) || AfxIsValidString(mod2, (int)-1)), false);
-    // clang-format on
     if (CompareCharsUntil(mod1, mod2, CHAR(0), -1, -1, msf_ignore_case) == 0) return true;
     const std::string name1 = NarrowName(mod1), name2 = NarrowName(mod2);
     const uintptr_t h1 = os::LoadedModuleBase(name1.c_str());
