@@ -104,51 +104,66 @@ int qdr_AssertPrintfBox(const char* file, int line, const char* expr, const char
     return result;
 }
 
+namespace {
+
+// The program's path, shortened, or "unknown exe".
+void ProgramText(char (&program)[kPathChars]) {
+    char rawPath[kPathChars];
+    if (os::ProgramPath(rawPath, kPathChars) == 0)
+        snprintf(program, sizeof(program), "unknown exe");
+    else
+        ShortenPath(rawPath, program, kPathChars);
+}
+
+// The path of the module that holds the report, shortened, or "unknown module".
+void ModuleText(const void* codeAddress, char (&module)[kPathChars]) {
+    char rawPath[kPathChars];
+    if (os::ModulePathOf(codeAddress, rawPath, kPathChars) == 0)
+        snprintf(module, sizeof(module), "unknown module");
+    else
+        ShortenPath(rawPath, module, kPathChars);
+}
+
+// Local time straight from Linux (localtime_r): the report calls nothing that checks.
+//   "2016/11/18 12:12:00.123"
+void TimeText(char (&timeText)[kTimeChars]) {
+    int64_t ms = (os::SystemTimeAsFileTime() - 116444736000000000LL) / 10000;
+    std::tm tm = {};
+    os::LocalTime(ms / 1000, &tm);
+    snprintf(timeText, sizeof(timeText), "%04d/%02d/%02d %02d:%02d:%02d.%03d", tm.tm_year + 1900,
+             tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec,
+             static_cast<int>(ms % 1000));
+}
+
+// The cycle counter in four groups of four hex digits: "0000,1A2B,3C4D,5E6F".
+void CycleText(char (&cycleText)[kCycleChars]) {
+    const uint64_t cycle = ReadCpuCycle();
+    snprintf(cycleText, sizeof(cycleText), "%04X,%04X,%04X,%04X",
+             static_cast<unsigned>((cycle >> 48) & 0xFFFF),
+             static_cast<unsigned>((cycle >> 32) & 0xFFFF),
+             static_cast<unsigned>((cycle >> 16) & 0xFFFF), static_cast<unsigned>(cycle & 0xFFFF));
+}
+
+}  // namespace
+
 int qdr_vAssertPrintfBox(const char* file, int line, const char* expr, const char* fmt,
                          va_list args) {
     const int savedError = os::GetLastError();
 
     char shortFile[kPathChars];
     ShortenPath(file ? file : "", shortFile, kPathChars);
-
     char arguments[kArgumentChars];
     os::JoinedArguments(arguments, kArgumentChars);
-
-    char rawPath[kPathChars];
     char program[kPathChars];
-    if (os::ProgramPath(rawPath, kPathChars) == 0)
-        snprintf(program, sizeof(program), "unknown exe");
-    else
-        ShortenPath(rawPath, program, kPathChars);
-
+    ProgramText(program);
     char module[kPathChars];
-    if (os::ModulePathOf(reinterpret_cast<const void*>(&qdr_vAssertPrintfBox), rawPath,
-                         kPathChars) == 0)
-        snprintf(module, sizeof(module), "unknown module");
-    else
-        ShortenPath(rawPath, module, kPathChars);
-
-    // Local time straight from Linux (localtime_r): the report calls nothing that checks.
+    ModuleText(reinterpret_cast<const void*>(&qdr_vAssertPrintfBox), module);
     char timeText[kTimeChars];
-    {
-        int64_t ms = (os::SystemTimeAsFileTime() - 116444736000000000LL) / 10000;
-        std::tm tm = {};
-        os::LocalTime(ms / 1000, &tm);
-        snprintf(timeText, sizeof(timeText), "%04d/%02d/%02d %02d:%02d:%02d.%03d",
-                 tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec,
-                 static_cast<int>(ms % 1000));
-    }
-
+    TimeText(timeText);
     char cycleText[kCycleChars];
-    {
-        uint64_t cycle = ReadCpuCycle();
-        snprintf(cycleText, sizeof(cycleText), "%04X,%04X,%04X,%04X",
-                 static_cast<unsigned>((cycle >> 48) & 0xFFFF),
-                 static_cast<unsigned>((cycle >> 32) & 0xFFFF),
-                 static_cast<unsigned>((cycle >> 16) & 0xFFFF),
-                 static_cast<unsigned>(cycle & 0xFFFF));
-    }
+    CycleText(cycleText);
 
+    // The message, in parentheses, only when there is a format.
     char message[kMessageChars];
     const char* open = "";
     const char* close = "";
