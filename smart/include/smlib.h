@@ -55,6 +55,9 @@ bool ReadFileToBinary(const char* path, Binary& block);
 // and a terminating zero (counted in Size()) come back in `result`. Every other
 // "*.rss.tmp" of the temporary directory is swept first.
 bool RunCommandCapture(const char* cmdLine, Binary* result);
+// The wide form: the command is converted to UTF-8 and run by the narrow form, and
+// its output (taken as UTF-8) comes back as UTF-16 in `result` (may be null).
+bool RunCommandCapture(const char16_t* cmdLine, std::u16string* result);
 // Available physical memory in bytes; `totalPhysical` (may be null) the total.
 uint64_t GetMemoryStatus(uint64_t* totalPhysical = nullptr);
 // The resident set of a process (0: this one) in bytes, 0 on failure; `pageFileUse`

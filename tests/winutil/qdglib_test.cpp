@@ -76,7 +76,7 @@ TEST(SmallHelpers, BadArgumentsAreReported) {
     EXPECT_FALSE(LaunchFile("/no/such/file"));
     EXPECT_EQ(0u, StartProcess(nullptr));
     EXPECT_FALSE(RunProcess(nullptr, true));
-    EXPECT_FALSE(RunCommandCapture(nullptr, nullptr));
+    EXPECT_FALSE(RunCommandCapture(static_cast<const char*>(nullptr), nullptr));
     EXPECT_FALSE(GetCpuName(nullptr));
     EXPECT_FALSE(WriteSetting(nullptr, "v"));
     EXPECT_EQ(5, ReadSettingInt("missing-key", 5, true, 9, 1));
@@ -129,6 +129,9 @@ TEST(Processes, FindRunCaptureAndKill) {
     Binary out;
     EXPECT_TRUE(RunCommandCapture("echo hi", &out));
     EXPECT_STREQ("hi\n", reinterpret_cast<const char*>(out.Data()));
+    std::u16string wide;
+    EXPECT_TRUE(RunCommandCapture(u"printf '\u4e2d'", &wide));
+    EXPECT_EQ(u"\u4e2d", wide);
     EXPECT_TRUE(std::filesystem::is_empty(temp.Path()));
     unsetenv("TMPDIR");
 

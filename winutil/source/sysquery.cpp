@@ -10,6 +10,7 @@
 #include "qdr/platform/os_files.h"
 #include "qdr/qdassert.h"
 #include "qdtime.h"
+#include "smartstr.h"
 #include "smlib.h"
 #include "strdk_match.h"
 
@@ -54,6 +55,19 @@ bool RunCommandCapture(const char* cmdLine, Binary* result) {
     if (!result->SetLength(si + 1, false)) return false;
     if (si > 0) memcpy(result->Get(), bytes.Data(), static_cast<size_t>(si));
     result->Get()[si] = 0;
+    return true;
+}
+
+bool RunCommandCapture(const char16_t* cmdLine, std::u16string* result) {
+    QDR_CHECK_OR_RETURN(cmdLine, false);
+    const SmartStr command(cmdLine, -1);
+    if (!result) return RunCommandCapture(command.c_str(), nullptr);
+    result->clear();
+    Binary output;
+    if (!RunCommandCapture(command.c_str(), &output)) return false;
+    // The block counts its terminating zero.
+    const SmartStrW wide(reinterpret_cast<const char*>(output.Data()), output.Size() - 1);
+    result->assign(wide.c_str(), static_cast<size_t>(wide.Length()));
     return true;
 }
 
