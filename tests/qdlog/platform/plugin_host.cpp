@@ -9,6 +9,7 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "library_copy.h"
 #include "qdlog.h"
 
 namespace {
@@ -18,11 +19,6 @@ void HostEvent(const char* fmt, ...) {
     va_start(args, fmt);
     QDLogEventX(0, fmt, args);
     va_end(args);
-}
-
-template <typename F>
-F Bind(void* lib, const char* name) {
-    return reinterpret_cast<F>(dlsym(lib, name));
 }
 
 }  // namespace
@@ -38,17 +34,8 @@ int main(int argc, char** argv) {
         printf("%s\n", dlerror());
         return 1;
     }
-    Bind<void (*)(int)>(plugin, "QDLogScreen")(0);
-    Bind<void (*)(int)>(plugin, "QDLogOutputToDebuger")(0);
-    Bind<int (*)(const char*)>(plugin, "QDLogSetDir")(argv[3]);
-    auto eventX = Bind<void (*)(int, const char*, va_list)>(plugin, "QDLogEventX");
-    auto pluginEvent = [eventX](const char* fmt, ...) {
-        va_list args;
-        va_start(args, fmt);
-        eventX(0, fmt, args);
-        va_end(args);
-    };
-    pluginEvent("%s", "plugin");
+    QuietCopyInto(plugin, argv[3]);
+    CopyEvent(plugin, "%s", "plugin");
     HostEvent("%s", "host again");
     return 0;
 }
