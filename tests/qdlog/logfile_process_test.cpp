@@ -74,20 +74,6 @@ TEST(LogFileProcesses, TwoStartingTogetherLoseAndTearNoLine) {
     ExpectBothWroteEveryLine(a, b, dir);
 }
 
-// The second goes on with the first one's open file: the newest in the directory,
-// below half the limit.
-TEST(LogFileProcesses, ASecondProcessContinuesTheFirstOnesOpenFile) {
-    ScratchDir dir("qdlog-continue");
-    const std::string limit = std::to_string(0x800000);
-    ChildProcess a(Helper({"lines", dir.Text(), "A", "100000", "0", "3000", limit, "50"}));
-    std::string firstOfA, firstOfB;
-    ASSERT_TRUE(a.ReadLine(&firstOfA));
-    ChildProcess b(Helper({"lines", dir.Text(), "B", "100000", "0", "0", limit, "50"}));
-    ASSERT_TRUE(b.ReadLine(&firstOfB));
-    EXPECT_EQ(firstOfA, firstOfB);
-    ExpectBothWroteEveryLine(a, b, dir);
-}
-
 TEST(LogFileProcesses, AKilledProcessLosesFewerThanFlushLines) {
     ScratchDir dir("qdlog-killed");
     ChildProcess child(Helper({"killme", dir.Text(), "1234", "50"}));

@@ -108,30 +108,6 @@ TYPED_TEST(NumStr, NaturalAndNumberedComparison) {
     EXPECT_EQ(1, reports.Count("(IsNumLetter(*s1) && IsNumLetter(*s2))"));
 }
 
-TYPED_TEST(NumStr, IntegerTextsInRadixesAndGroups) {
-    typedef TypeParam C;
-    C buf[80];
-    int len = 0;
-    EXPECT_EQ("FFFFFFFFFFFFFF01", Ascii(IntToStr(buf, -255, 16, &len)));
-    EXPECT_EQ(16, len);
-    EXPECT_EQ("-9223372036854775808", Ascii(IntToStr(buf, INT64_MIN, 10, &len)));
-    EXPECT_EQ(20, len);
-    EXPECT_EQ(std::string(64, '1'), Ascii(IntToStr(buf, -1, 2)));
-    EXPECT_EQ("1,234,567", Ascii(IntToGroupedStr(buf, 1234567, 10, 0, 3, ',', true)));
-    EXPECT_EQ("001,234,567", Ascii(IntToGroupedStr(buf, 1234567, 10, 9, 3, ',', true)));
-    EXPECT_EQ("-0,012", Ascii(IntToGroupedStr(buf, -12, 10, 4, 3, ',', true)));
-    EXPECT_EQ("ff_ff", Ascii(IntToGroupedStr(buf, 0xFFFF, 16, 0, 2, '_', false)));
-    ReportCapture reports;
-    EXPECT_EQ("", Ascii(IntToStr(buf, 5, 37, &len)));
-    EXPECT_EQ(0, len);
-    EXPECT_EQ(1, reports.Count("(2<=radix && radix<=36)"));
-
-    EXPECT_EQ(-42, StrToInt64(T<C>(" \t-42x7").c_str()));
-    EXPECT_EQ(7, StrToInt64(T<C>("+7").c_str()));
-    EXPECT_EQ(0, StrToInt64(T<C>("x1").c_str()));
-    EXPECT_EQ(INT64_MIN, StrToInt64(T<C>("9223372036854775808").c_str()));  // wraps
-}
-
 TYPED_TEST(NumStr, ByteSizesBothWays) {
     typedef TypeParam C;
     struct Format {

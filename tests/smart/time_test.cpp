@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "code_units.h"
-#include "qdr/platform/os.h"
 #include "qdtime.h"
 #include "report_capture.h"
 
@@ -142,43 +141,6 @@ TEST(Duration, BothLanguagesLeaveOutZeroParts) {
     EXPECT_STREQ("星期三", GetWeekDayName(3, "中文简体"));
     EXPECT_STREQ("", GetWeekDayName(7, "english"));
     EXPECT_STREQ("", GetWeekDayName(0, "deutsch"));
-}
-
-TEST(StartTime, ThisProcessAndTheDead) {
-    ReportCapture reports;
-    const MSEL start = GetProcessStartMSEL(0, true);
-    EXPECT_LE(start, GetMSEL() + 1000);  // btime is a whole second
-    EXPECT_GT(start, GetMSEL() - 24 * 3600 * 1000LL);
-    EXPECT_EQ(start, GetProcessStartMSEL(os::CurrentProcessId(), true));
-    EXPECT_EQ(start, GetProcessStartMSELCached(0, true));
-    EXPECT_EQ(start, GetThreadStartMSEL(OSThreadSelf()));  // tests run on the main thread
-    EXPECT_EQ(-1, GetProcessStartMSEL(static_cast<uint32_t>(-1), true));
-    EXPECT_EQ(-1, GetProcessStartMSELCached(static_cast<uint32_t>(-1), false));
-    EXPECT_EQ(-1, GetThreadStartMSEL(static_cast<uint32_t>(-1)));
-    EXPECT_EQ(0, reports.Count());
-}
-
-// Without privilege the way back up is refused, and that is not an error.
-unsigned LowerPriorityForAScope(void* arg) {
-    int* nice = static_cast<int*>(arg);  // before, during
-    os::GetThreadNice(OSThreadSelf(), &nice[0]);
-    AutoPriority lower(true, BELOW_NORMAL_PRIORITY_CLASS, THREAD_PRIORITY_LOWEST);
-    lower.Raise();  // a second raise keeps the first saved value
-    os::GetThreadNice(OSThreadSelf(), &nice[1]);
-    return 0;
-}
-
-TEST(Priority, ScopeLowersTheThreadAndTriesToRestore) {
-    ReportCapture reports;
-    int nice[2] = {0, 0};
-    OSThread thread = 0;
-    ASSERT_NE(0, OSCreateThread(&thread, nullptr, LowerPriorityForAScope, nice, 0));
-    OSWaitThread(thread);
-    EXPECT_EQ(nice[0] <= 14 ? 14 : nice[0], nice[1]);
-    EXPECT_EQ(0, reports.Count());
-    AutoPriority unknown(false, 0x1234, 7);
-    EXPECT_EQ(1, reports.Count("(knownClass)"));
-    EXPECT_EQ(1, reports.Count("(knownThreadPriority)"));
 }
 
 }  // namespace
