@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "code_units.h"
+#include "unit_text.h"
 #include "ministr.h"
 #include "ptrstr.h"
 #include "report_capture.h"
@@ -49,7 +49,7 @@ TEST(PtrStr, SlicesFindIndexTrimAndTheNullTest) {
 // room, 256 take a block.
 template <class CHAR>
 class SmartStrWidths : public ::testing::Test {};
-TYPED_TEST_SUITE(SmartStrWidths, CodeUnits);
+TYPED_TEST_SUITE(SmartStrWidths, TextUnits);
 
 TYPED_TEST(SmartStrWidths, ConvertedTextOf255UnitsIsBuiltInAnd256IsNot) {
     typedef typename SmartStrT<TypeParam>::OtherUnit Other;
@@ -86,12 +86,12 @@ TEST(SmartStr, ConversionsOfNonAsciiText) {
 // through SplitStr in the string kit's tests; these are the edges.
 template <class CHAR>
 class SplitTextTest : public ::testing::Test {};
-TYPED_TEST_SUITE(SplitTextTest, CodeUnits);
+TYPED_TEST_SUITE(SplitTextTest, TextUnits);
 
 template <class CHAR>
 bool Collect(void* param, const CHAR* piece, int32_t len) {
     auto* pieces = static_cast<std::vector<std::string>*>(param);
-    pieces->push_back(Ascii(std::basic_string<CHAR>(piece, static_cast<size_t>(len))));
+    pieces->push_back(Bytes(std::basic_string<CHAR>(piece, static_cast<size_t>(len))));
     return true;
 }
 
@@ -113,7 +113,7 @@ TYPED_TEST(SplitTextTest, ModesQuotingAndASetOfSeparators) {
     };
     ReportCapture reports;
     for (const Case& c : cases) {
-        const auto text = T<TypeParam>(c.text), separators = T<TypeParam>(c.separators);
+        const auto text = Txt<TypeParam>(c.text), separators = Txt<TypeParam>(c.separators);
         for (int32_t len : {static_cast<int32_t>(text.size()), -1}) {
             std::vector<std::string> got;
             EXPECT_TRUE(SplitText(&Collect<TypeParam>, &got, text.c_str(), len,

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "code_units.h"
+#include "unit_text.h"
 #include "qdtime.h"
 #include "report_capture.h"
 
@@ -93,16 +93,16 @@ TEST(DateText, InvalidTextsGiveMinusOne) {
 
 template <class CHAR>
 class SystemTimeText : public ::testing::Test {};
-TYPED_TEST_SUITE(SystemTimeText, CodeUnits);
+TYPED_TEST_SUITE(SystemTimeText, TextUnits);
 
 TYPED_TEST(SystemTimeText, FormatsTheHeadTime) {
     typedef TypeParam C;
     C text[kSystemTimeTextSize];
     const SYSTEMTIME t = MakeSystemTime(2024, 1, 2, 3, 4, 5, 67);
-    EXPECT_EQ("2024-01-02 03:04:05.067", Ascii(FormatSystemTime(text, t, true)));
-    EXPECT_EQ("2024/01/02 03.04.05", Ascii(FormatSystemTime(text, t, false, '/', '.', ',')));
+    EXPECT_EQ("2024-01-02 03:04:05.067", Bytes(FormatSystemTime(text, t, true)));
+    EXPECT_EQ("2024/01/02 03.04.05", Bytes(FormatSystemTime(text, t, false, '/', '.', ',')));
     const SYSTEMTIME wild = MakeSystemTime(65535, 65535, 65535, 65535, 65535, 65535, 65535);
-    EXPECT_EQ("65535-65535-65535 65535", Ascii(FormatSystemTime(text, wild, true)));  // cut
+    EXPECT_EQ("65535-65535-65535 65535", Bytes(FormatSystemTime(text, wild, true)));  // cut
     if constexpr (sizeof(C) == 2) {  // a separator outside ASCII stays one unit
         const C year = static_cast<C>(0x5E74);
         EXPECT_EQ(year, FormatSystemTime(text, t, false, year, ':', '.')[4]);
