@@ -65,8 +65,8 @@ TEST(LogFileProcesses, TwoStartingTogetherLoseAndTearNoLine) {
     ScratchDir dir("qdlog-two");
     // Early in a second of their own, so that both open a file of that second.
     const std::string start = std::to_string((WallClockMs() / 1000 + 1) * 1000 + 100);
-    ChildProcess a(Helper({"lines", dir.Text(), "A", "100000", start, "0", "0", "1000"}));
-    ChildProcess b(Helper({"lines", dir.Text(), "B", "100000", start, "0", "0", "1000"}));
+    ChildProcess a(Helper({"lines", dir.Text(), "A", "100000", start, "1000"}));
+    ChildProcess b(Helper({"lines", dir.Text(), "B", "100000", start, "1000"}));
     std::string firstOfA, firstOfB;
     ASSERT_TRUE(a.ReadLine(&firstOfA));
     ASSERT_TRUE(b.ReadLine(&firstOfB));
