@@ -44,7 +44,6 @@ TEST(IniSyntax, LinesSectionsAndKeys) {
         {"[s]\n  # k=1", "s", "# k", ""},  // a key, which cannot be asked for
         {"[s]\n[t\nk=1", "s", "k", "1"},   // "[t" is ignored
         {"[Params]\nk=1", "params", "k", "<absent>"},
-        {"[s]\nK=1", "s", "k", "<absent>"},
         {"k=1\n[s]", "s", "k", "<absent>"},
         {"[s]\n[ ]\nk=1", "s", "k", "<absent>"},
         {"[s]\nk\n", "s", "k", "<absent>"},

@@ -25,9 +25,8 @@ TYPED_TEST(NumStr, AddSubtractMultiplyKeepTheirDigitRules) {
         // Digits alone are checked against Python's integers; here the buffer form,
         // the digit rules and refused texts.
         // clang-format off
-        {'+', "999", "1", "1000"}, {'+', "007", "1", "008"}, {'+', "12a", "1", ""},
-        {'+', "", "1", ""},        {'-', "1", "2", "9"},     {'-', "100", "1", "099"},
-        {'-', "1x", "1", ""},      {'*', "0", "5", "0"},     {'*', "007", "010", "70"},
+        {'+', "999", "1", "1000"}, {'+', "12a", "1", ""},    {'+', "", "1", ""},
+        {'-', "1", "2", "9"},      {'-', "1x", "1", ""},     {'*', "007", "010", "70"},
         {'*', "1a", "2", ""},
         // clang-format on
     };

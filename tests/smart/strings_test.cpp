@@ -45,24 +45,6 @@ TEST(PtrStr, SlicesFindIndexTrimAndTheNullTest) {
     EXPECT_EQ(0, blanks.Trim(" \t").len);
 }
 
-// Conversions between the widths, both directions: 255 units stay in the built-in
-// room, 256 take a block.
-template <class CHAR>
-class SmartStrWidths : public ::testing::Test {};
-TYPED_TEST_SUITE(SmartStrWidths, TextUnits);
-
-TYPED_TEST(SmartStrWidths, ConvertedTextOf255UnitsIsBuiltInAnd256IsNot) {
-    typedef typename SmartStrT<TypeParam>::OtherUnit Other;
-    for (int n : {0, 1, 255, 256, 1000}) {
-        const std::basic_string<Other> source(static_cast<size_t>(n), 'q');
-        SmartStrT<TypeParam> s(source.c_str(), -1);
-        EXPECT_EQ(n, s.Length());
-        EXPECT_EQ(n < 256, s.IsBuiltIn()) << n;
-        EXPECT_EQ(std::basic_string<TypeParam>(static_cast<size_t>(n), 'q'), s.c_str());
-    }
-    EXPECT_EQ(0, SmartStrT<TypeParam>(static_cast<const Other*>(nullptr), 5).Length());
-}
-
 TEST(SmartStr, ConversionsOfNonAsciiText) {
     ReportCapture reports;
     EXPECT_STREQ("\xE4\xB8\xAD\xE6\x96\x87", SmartStr(u"\u4e2d\u6587", -1).c_str());
