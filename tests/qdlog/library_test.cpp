@@ -95,10 +95,10 @@ TEST_F(ThroughTheExports, EventsOfBothWidthsAndLevelMacrosThatTestTheMaskFirst) 
     QDLogEvent(1, "narrow %d\nsecond", 1);
     QDLogEventW(20, u"wide %s %S", u"中文", "narrow");
     QDLogEvent(31, "raw");
-    EXPECT_EQ((std::vector<std::string>{"20||内部:develop", "2||错误:error wide",
-                                        "1||警告:narrow 1", "1||警告:second",
-                                        "20||内部:wide 中文 narrow", "31|raw"}),
-              g_lines);
+    EXPECT_EQ(
+        (std::vector<std::string>{"20||内部:develop", "2||错误:error wide", "1||警告:narrow 1",
+                                  "1||警告:second", "20||内部:wide 中文 narrow", "31|raw"}),
+        g_lines);
 }
 
 TEST_F(ThroughTheExports, BadEventsAreReportedOnStandardErrorAndDropped) {

@@ -50,7 +50,8 @@ TYPED_TEST(NumStr, AddSubtractMultiplyKeepTheirDigitRules) {
     EXPECT_EQ("095", Bytes(AddIntToNumStr(sum, Txt<C>("100").c_str(), -5)));
     EXPECT_EQ("7852516357", Bytes(AddIntToNumStr(sum, Txt<C>("5").c_str(), INT32_MIN)));
     ReportCapture reports;
-    EXPECT_EQ(nullptr, AddNumStr(static_cast<C*>(nullptr), Txt<C>("1").c_str(), Txt<C>("1").c_str()));
+    EXPECT_EQ(nullptr,
+              AddNumStr(static_cast<C*>(nullptr), Txt<C>("1").c_str(), Txt<C>("1").c_str()));
     EXPECT_EQ("", Bytes(MulNumStr(sum, Txt<C>("1").c_str(), Txt<C>("2").c_str(), 0, 1)));
     EXPECT_EQ(1, reports.Count("(out)"));
     EXPECT_EQ(1, reports.Count("(len > 0)"));
@@ -91,7 +92,8 @@ TYPED_TEST(NumStr, NaturalAndNumberedComparison) {
         EXPECT_EQ(c.numbered, sign(CompareStrNumbered(a.c_str(), b.c_str()))) << c.a << " " << c.b;
     }
     EXPECT_EQ(0, CompareStrNatural(Txt<C>("abc").c_str(), Txt<C>("ABC").c_str(), -1, -1, false));
-    EXPECT_EQ(0, CompareStrNumbered(Txt<C>("F10.LOG").c_str(), Txt<C>("f10.log").c_str(), -1, false));
+    EXPECT_EQ(0,
+              CompareStrNumbered(Txt<C>("F10.LOG").c_str(), Txt<C>("f10.log").c_str(), -1, false));
     // A counted text ends at its length; the numbered walk ends on the units at the limit.
     EXPECT_EQ(0, CompareStrNatural(Txt<C>("12x").c_str(), Txt<C>("12y").c_str(), 2, 2));
     EXPECT_LT(CompareStrNumbered(Txt<C>("abc").c_str(), Txt<C>("abd").c_str(), 2), 0);

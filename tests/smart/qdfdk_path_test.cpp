@@ -152,7 +152,8 @@ TYPED_TEST(PathText, ComparePathRelationIgnoresCaseAndTrailingSeparators) {
     for (const auto& row : rows)
         EXPECT_EQ(row.relation, ComparePathRelation(Txt<C>(row.a).c_str(), Txt<C>(row.b).c_str()))
             << row.a << " vs " << row.b;
-    EXPECT_EQ(3, ComparePathRelation(Txt<C>("C:\\a|C:\\b").c_str(), Txt<C>("c:\\a").c_str(), 4, -1));
+    EXPECT_EQ(3,
+              ComparePathRelation(Txt<C>("C:\\a|C:\\b").c_str(), Txt<C>("c:\\a").c_str(), 4, -1));
 }
 
 TYPED_TEST(PathText, ValidatorsAcceptOnlyWhatTheGrammarAllows) {
