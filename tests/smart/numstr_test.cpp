@@ -49,12 +49,6 @@ TYPED_TEST(NumStr, AddSubtractMultiplyKeepTheirDigitRules) {
     EXPECT_EQ("105", Bytes(AddIntToNumStr(sum, Txt<C>("100").c_str(), 5)));
     EXPECT_EQ("095", Bytes(AddIntToNumStr(sum, Txt<C>("100").c_str(), -5)));
     EXPECT_EQ("7852516357", Bytes(AddIntToNumStr(sum, Txt<C>("5").c_str(), INT32_MIN)));
-    ReportCapture reports;
-    EXPECT_EQ(nullptr,
-              AddNumStr(static_cast<C*>(nullptr), Txt<C>("1").c_str(), Txt<C>("1").c_str()));
-    EXPECT_EQ("", Bytes(MulNumStr(sum, Txt<C>("1").c_str(), Txt<C>("2").c_str(), 0, 1)));
-    EXPECT_EQ(1, reports.Count("(out)"));
-    EXPECT_EQ(1, reports.Count("(len > 0)"));
 }
 
 TYPED_TEST(NumStr, CompareNumStrIsATotalOrder) {
@@ -143,9 +137,6 @@ TYPED_TEST(NumStr, ByteSizesBothWays) {
         EXPECT_EQ(p.value != -1, ParseByteSize(Txt<C>(p.text).c_str(), &value)) << p.text;
         EXPECT_EQ(p.value, value) << p.text;
     }
-    ReportCapture reports;
-    EXPECT_EQ(nullptr, FormatByteSize(1, static_cast<C*>(nullptr)));
-    EXPECT_EQ(1, reports.Count("(false)"));
 }
 
 }  // namespace
