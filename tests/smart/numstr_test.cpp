@@ -103,6 +103,18 @@ TYPED_TEST(NumStr, NaturalAndNumberedComparison) {
     EXPECT_EQ(1, reports.Count("(IsNumLetter(*s1) && IsNumLetter(*s2))"));
 }
 
+// Radix 10 also goes through the byte sizes; here the other radixes, the groups and
+// the way back.
+TYPED_TEST(NumStr, IntegerTextsInRadixesAndGroups) {
+    typedef TypeParam C;
+    C buf[80];
+    EXPECT_EQ("FFFFFFFFFFFFFF01", Bytes(IntToStr(buf, -255, 16)));
+    EXPECT_EQ("-0,012", Bytes(IntToGroupedStr(buf, -12, 10, 4, 3, ',', true)));
+    EXPECT_EQ("ff_ff", Bytes(IntToGroupedStr(buf, 0xFFFF, 16, 0, 2, '_', false)));
+    EXPECT_EQ(-42, StrToInt64(Txt<C>(" \t-42x7").c_str()));
+    EXPECT_EQ(INT64_MIN, StrToInt64(Txt<C>("9223372036854775808").c_str()));  // wraps
+}
+
 TYPED_TEST(NumStr, ByteSizesBothWays) {
     typedef TypeParam C;
     struct Format {
