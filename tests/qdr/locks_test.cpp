@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <thread>
 
 #include "qdr/qdatomic.h"
 #include "qdr/qdsync.h"

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
-#include <cstdlib>
 #include <utility>
 #include <vector>
 

@@ -5,7 +5,6 @@
 
 #include <cstdlib>
 #include <ctime>
-#include <string>
 #include <vector>
 
 #include "unit_text.h"
