@@ -5,7 +5,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <iterator>
 #include <map>
 #include <set>
@@ -14,6 +13,7 @@
 #include <vector>
 
 #include "qdlog.h"
+#include "scratch_dir.h"
 
 namespace {
 
@@ -27,18 +27,13 @@ const char kExports[] =
     "QDLogIsPrintMSEL QDLogSetEventTitle QDLogGetEventTitle QDLogAddCallback "
     "QDLogRemoveCallback GetModuleTagInfo";
 
-std::string ReadFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
 TEST(SharedLibrary, ExportsExactlyTheThirtySixFunctions) {
     const std::string listing = testing::TempDir() + "qdlog-nm-" + std::to_string(getpid());
     const std::string command =
         std::string(QDLOG_NM) + " -D --defined-only " + QDLOG_LIBRARY_FILE + " > " + listing;
     ASSERT_EQ(0, std::system(command.c_str())) << command;
     std::map<std::string, std::string> addresses;  // "<address> T <name>" lines
-    std::istringstream lines(ReadFile(listing));
+    std::istringstream lines(Contents(listing));
     std::remove(listing.c_str());
     for (std::string address, kind, name; lines >> address >> kind >> name;)
         addresses[name] = address;
@@ -54,7 +49,7 @@ TEST(SharedLibrary, ExportsExactlyTheThirtySixFunctions) {
 }
 
 TEST(SharedLibrary, CarriesItsBuildTagInTheFile) {
-    const std::string image = ReadFile(QDLOG_LIBRARY_FILE);
+    const std::string image = Contents(QDLOG_LIBRARY_FILE);
     EXPECT_NE(std::string::npos,
               image.find("ModuleInfoBegin|MIDKIT_2.0.0.SVN72918_release20161118#121200_NoTNoW_"
                          "RealLogIni``|ModuleInfoEndFA2E432D"));
