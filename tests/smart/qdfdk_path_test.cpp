@@ -217,6 +217,7 @@ TYPED_TEST(PathText, PathsOf511FitAnd512Or513AreRefused) {
         path.resize(static_cast<size_t>(len), C('x'));
         EXPECT_EQ(fits, ComposeFileName(Txt<C>("/d").c_str(), path.c_str() + 3, out)) << len;
         EXPECT_EQ(fits, GetRoot(path.c_str(), out)) << len;
+        EXPECT_EQ(fits, GetDirName(path.c_str(), out)) << len;
         EXPECT_EQ(fits, IsValidPathName(path.c_str())) << len;
         EXPECT_EQ(fits ? 0 : 1, reports.Count("(false)")) << len;  // GetRoot's limit
     }

@@ -49,6 +49,7 @@ TEST(Calendar, MselRangeEndsInUtcAndLocalTime) {
         {MakeSystemTime(2038, 1, 18, 16, 0, 0, 1), false, 1, -1},
         {MakeSystemTime(1970, 1, 1, 7, 59, 59, 999), true, -1, -1},
         {MakeSystemTime(2038, 1, 19), true, 0, kLast},
+        {MakeSystemTime(2038, 1, 19, 0, 0, 0, 1), true, 1, -1},
     };
     for (const Case& c : cases) {
         EXPECT_EQ(c.range, CheckSystemTimeRange(c.time, c.local)) << c.msel;
