@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <thread>
 
 #include "qdr/qdatomic.h"
 #include "qdr/qdsync.h"
@@ -50,8 +49,7 @@ TEST(Mutex, DestroyingAHeldMutexOrUnlockingAnotherOnesIsReported) {
     EXPECT_EQ(1, reports.Count("(mutex->lockedCount >= 1)"));
 }
 
-TEST(SpinLock, ZeroWordIsFreeAndANullLockIsReported) {
-    ReportCapture reports;
+TEST(SpinLock, ZeroWordIsFree) {
     {
         AutoSpinLock guard(&g_zeroSpin, 1);
         EXPECT_EQ(1u, g_zeroSpin);
@@ -60,9 +58,6 @@ TEST(SpinLock, ZeroWordIsFreeAndANullLockIsReported) {
     uint32_t word = 7;
     EXPECT_EQ(7u, OSAtomicExchange(&word, 9));
     EXPECT_EQ(9u, word);
-    OSSpinLockAcquire(nullptr, 0);
-    OSSpinLockRelease(nullptr);
-    EXPECT_EQ(2, reports.Count("(lock)"));
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
-#include <cstdlib>
 #include <utility>
 #include <vector>
 
@@ -38,9 +37,6 @@ TEST(Threads, StackSizeDefaultsTo512KiBBelowOneAndTheIdIsTheThreadsOwn) {
         EXPECT_EQ(reported, probe.selfId);
         EXPECT_NE(OSThreadSelf(), reported);
     }
-    ReportCapture reports;
-    EXPECT_EQ(0, OSCreateThread(nullptr, nullptr, ProbeStack, nullptr, 0));
-    EXPECT_EQ(1, reports.Count("(thread)"));
 }
 
 TEST(Msel, BoundariesOfTheFileTimeConstantAndOfTheValidRange) {
@@ -57,8 +53,6 @@ TEST(Msel, SystemTimeOfValidAndInvalidValues) {
     };
     SYSTEMTIME st = GetSystemTimeOfMSEL(2147443200000LL, false);  // a Monday
     EXPECT_EQ((std::vector<int>{2038, 1, 18, 1, 16, 0, 0}), fields(st));
-    EXPECT_EQ((std::vector<int>{1970, 1, 1, 4, 0, 1, 234}),
-              fields(GetSystemTimeOfMSEL(1234, false)));
     EXPECT_EQ(0, reports.Count());
 
     EXPECT_FALSE(MSELToSystemTime(-1, &st, true));
@@ -66,8 +60,6 @@ TEST(Msel, SystemTimeOfValidAndInvalidValues) {
     st = GetSystemTimeOfMSEL(-1, true);
     SYSTEMTIME zero = {};
     EXPECT_EQ(0, memcmp(&zero, &st, sizeof(st)));
-    EXPECT_FALSE(MSELToSystemTime(0, nullptr, true));
-    EXPECT_EQ(1, reports.Count("(false)"));
 }
 
 // The mask pointer's test whether a pass may be due relies on both: the coarse tick

@@ -25,29 +25,6 @@ TEST(SmartBuf, StaysInlineUpToStackLenMovesToTheHeapBeyondAndBack) {
     EXPECT_EQ(0, reports.Count());
 }
 
-TEST(SmartBuf, BadLengthsIndexAndFreeAreReported) {
-    ReportCapture reports;
-    SmartBuf<int, 4> negative(-1);
-    EXPECT_EQ(1, reports.Count("(len >= 0)"));
-    EXPECT_EQ(0, negative.Length());
-    SmartBuf<int, 4> huge(1024 * 1024 * 512 / 4 + 1);
-    EXPECT_EQ(1, reports.Count("(len <= 1024*1024*512/((const int)sizeof(TYPE)))"));
-    EXPECT_EQ(1, reports.Count("(this->p_)"));
-    EXPECT_EQ(0, huge.Length());
-    EXPECT_EQ(nullptr, huge.Get());
-    SmartBuf<int, 8> buf(4);
-    buf[3] = 1;
-    buf[4];
-    buf[-1];
-    EXPECT_EQ(2, reports.Count("(index >= 0 && index < *valid_cnt_)"));
-    buf.Free(false);
-    EXPECT_EQ(nullptr, buf.Get());
-    buf.Free(true);  // freeing twice needs allow_null
-    buf.Free(false);
-    EXPECT_EQ(1, reports.Count("(this->p_ == StackItems())"));
-    EXPECT_EQ(6, reports.Count());
-}
-
 struct Counted {
     static inline int scalarDeletes = 0, arrayDeletes = 0, alive = 0;
     Counted() { ++alive; }

@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include "chartransform.h"
-#include "report_capture.h"
 
 namespace {
 
@@ -83,13 +82,10 @@ std::u16string Unicode(const std::string& text, int capacity = 64) {
     return ok ? std::u16string(out, len) : u"refused";
 }
 
+// The characters themselves are compared with iconv; here the text around them.
 TEST(GbkText, RulesAroundTheTables) {
-    EXPECT_EQ("\xD6\xD0\xCE\xC4", Gb(u"中文"));
-    EXPECT_EQ(u"中文", Unicode("\xD6\xD0\xCE\xC4"));
     EXPECT_EQ("a\x80", Gb(u"a€"));
     EXPECT_EQ(u"€", Unicode("\x80"));
-    EXPECT_EQ("\xA8\xA1", Gb(u"\u0100"));  // a best fit: reads back as U+0101
-    EXPECT_EQ(u"\u0101", Unicode("\xA8\xA1"));
     EXPECT_EQ(u"a\u00D6", Unicode("a\xD6"));  // a lead byte at the end stands alone
     EXPECT_EQ(u"\u00FFA", Unicode("\xFF"
                                   "A"));         // no row behind 0xFF
@@ -107,11 +103,6 @@ TEST(GbkText, RulesAroundTheTables) {
     unsigned char one[2];
     EXPECT_EQ(kGbTooShort, UnicodeCharToGb2312(u'中', one, 1));
     EXPECT_EQ(1, UnicodeCharToGb2312(u'a', one, 1));
-    ReportCapture capture;
-    int len = 8;
-    EXPECT_FALSE(UnicodeToGb2312(u"a", 1, nullptr, &len));
-    EXPECT_EQ(-1, len);
-    EXPECT_EQ(1, capture.Count());
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "cfile.h"
-#include "code_units.h"
+#include "unit_text.h"
 #include "qdfdk.h"
 #include "qdr/platform/os_files.h"
 #include "qdtime.h"
@@ -42,7 +42,7 @@ protected:
         return U<CHAR>(dir_ / relative);
     }
 };
-TYPED_TEST_SUITE(FileKit, CodeUnits);
+TYPED_TEST_SUITE(FileKit, TextUnits);
 
 TYPED_TEST(FileKit, ExistenceTellsFilesFromDirectories) {
     typedef TypeParam C;
@@ -57,7 +57,7 @@ TYPED_TEST(FileKit, ExistenceTellsFilesFromDirectories) {
     std::replace(backslashed.begin(), backslashed.end(), C('/'), C('\\'));
     EXPECT_TRUE(IsExistDir(backslashed.c_str()));
     // Drive and network names name nothing here.
-    EXPECT_FALSE(IsExistDir(T<C>("C:\\").c_str()) || IsExistDir(T<C>("\\\\tmp\\x").c_str()));
+    EXPECT_FALSE(IsExistDir(Txt<C>("C:\\").c_str()) || IsExistDir(Txt<C>("\\\\tmp\\x").c_str()));
 }
 
 TYPED_TEST(FileKit, CreateDirTreeMakesEveryMissingParent) {
@@ -68,13 +68,13 @@ TYPED_TEST(FileKit, CreateDirTreeMakesEveryMissingParent) {
     EXPECT_TRUE(CreateParentDirs(this->In("p/q/file.txt").c_str()));
     EXPECT_TRUE(fs::is_directory(this->dir_ / "p/q"));
     EXPECT_FALSE(fs::exists(this->dir_ / "p/q/file.txt"));
-    EXPECT_TRUE(CreateParentDirs(T<C>("file.txt").c_str()));  // no directory part
-    EXPECT_TRUE(CreateParentDirs(T<C>("/file").c_str()));
+    EXPECT_TRUE(CreateParentDirs(Txt<C>("file.txt").c_str()));  // no directory part
+    EXPECT_TRUE(CreateParentDirs(Txt<C>("/file").c_str()));
 
     Write(this->dir_ / "plain", "x");
     EXPECT_FALSE(CreateDirTree(this->In("plain/sub").c_str()));  // a file in the way
     EXPECT_FALSE(CreateDirTree(this->In("plain").c_str()));
-    EXPECT_FALSE(CreateDirTree(T<C>(" \t").c_str()));
+    EXPECT_FALSE(CreateDirTree(Txt<C>(" \t").c_str()));
     // A name longer than the system allows is an invalid name.
     EXPECT_FALSE(CreateDirTree(this->In(std::string(300, 'n') + "/x").c_str()));
 }
@@ -93,7 +93,7 @@ TYPED_TEST(FileKit, RemovePathTreeRemovesLinksButNotTheirTargets) {
     EXPECT_FALSE(fs::exists(this->dir_ / "tree"));
     EXPECT_EQ("keep", Contents(outside / "keep.txt"));
     EXPECT_FALSE(RemovePathTree(this->In("tree").c_str()));
-    EXPECT_FALSE(RemovePathTree(T<C>("").c_str()));
+    EXPECT_FALSE(RemovePathTree(Txt<C>("").c_str()));
 }
 
 // Times are set from local time and read back in UTC.
@@ -137,14 +137,6 @@ TYPED_TEST(FileKit, SetFileLengthGoesUpToATebibyte) {
     EXPECT_EQ(-1, GetFileSizeByName(this->In("").c_str()));  // a directory
 }
 
-TYPED_TEST(FileKit, GetDiskSpaceMeasuresTheFileSystemOfThePath) {
-    uint64_t total = 0, laterTotal = 0;
-    EXPECT_GT(GetDiskSpace(this->In("").c_str(), &total), 0u);
-    // A path not made yet is measured on the file system that would hold it.
-    EXPECT_GT(GetDiskSpace(this->In("not/yet/made").c_str(), &laterTotal), 0u);
-    EXPECT_EQ(total, laterTotal);
-}
-
 TYPED_TEST(FileKit, GetRealCasePathFindsTheSpellingOnDisk) {
     typedef TypeParam C;
     fs::create_directories(this->dir_ / "Logs/Day");
@@ -152,9 +144,9 @@ TYPED_TEST(FileKit, GetRealCasePathFindsTheSpellingOnDisk) {
     fs::create_directory(this->dir_ / "logs");  // the exact spelling wins
     C real[kMaxPathChars];
     ASSERT_TRUE(GetRealCasePath(this->In("Logs/DAY/file.txt").c_str(), -1, real));
-    EXPECT_EQ(Normal(this->dir_ / "Logs/Day/File.TXT"), Ascii(real));
+    EXPECT_EQ(Normal(this->dir_ / "Logs/Day/File.TXT"), Bytes(real));
     ASSERT_TRUE(GetRealCasePath(this->In("logs").c_str(), -1, real));
-    EXPECT_EQ("logs", Ascii(real).substr(Ascii(real).size() - 4));
+    EXPECT_EQ("logs", Bytes(real).substr(Bytes(real).size() - 4));
     EXPECT_FALSE(GetRealCasePath(this->In("Logs/").c_str(), -1, real));  // a trailing separator
     EXPECT_FALSE(GetRealCasePath(this->In("nothing/here").c_str(), -1, real));
 }

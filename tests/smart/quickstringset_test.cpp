@@ -72,23 +72,6 @@ TEST(QuickStringSetOrder, HighBytesSortFirstBelow16UnitsAndLastFrom16) {
     EXPECT_EQ(0, reports.Count());
 }
 
-int g_compareCalls = 0;
-int ReverseOrder(void* user, const char* l, int32_t ll, const char* r, int32_t rl) {
-    ++g_compareCalls;
-    EXPECT_EQ(&g_compareCalls, user);
-    return -std::string(l, size_t(ll)).compare(std::string(r, size_t(rl)));
-}
-
-TEST(QuickStringSetOrder, AComparisonFunctionReplacesTheBuiltInOrder) {
-    QuickStringValues set(&ReverseOrder, &g_compareCalls);
-    for (const char* k : {"a", "c", "b"}) set.insert(QuickStringItem<PtrStr>(P(k), PtrStr()));
-    EXPECT_EQ((std::vector<std::string>{"c", "b", "a"}), Keys(set));
-    g_compareCalls = 0;
-    const char* same = set[1].key.p;
-    EXPECT_EQ(0, set.CompareKeys(same, 1, same, 1));  // same slice: equal without a call
-    EXPECT_EQ(0, g_compareCalls);
-}
-
 TEST(QuickStringSetInsert, TheFirstValueStaysAndOperatorIndexInserts) {
     QuickStringValues set;
     auto first = set.insert(QuickStringItem<PtrStr>(P("k"), P("1")));

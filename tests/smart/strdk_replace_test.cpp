@@ -82,8 +82,6 @@ TYPED_TEST(Replace, PlainReplacementAndItsDelegation) {
                                  static_cast<const TypeParam*>(nullptr)));
     EXPECT_EQ("abc", Terminated(buf));
     EXPECT_EQ(0, ReplaceStrPlain(&buf[0], Txt<TypeParam>("").c_str(), Txt<TypeParam>("x").c_str()));
-    EXPECT_EQ(-1, ReplaceStrPlain(static_cast<TypeParam*>(nullptr), Txt<TypeParam>("a").c_str(),
-                                  Txt<TypeParam>("x").c_str()));
     // Counted: only the first three units count, and the result is terminated.
     buf = Buffer<TypeParam>("aXaXa");
     EXPECT_EQ(1, ReplaceStr(&buf[0], Txt<TypeParam>("X").c_str(), Txt<TypeParam>("--").c_str(), 0,

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "code_units.h"
+#include "unit_text.h"
 #include "ministr.h"
 #include "ptrstr.h"
 #include "report_capture.h"
@@ -45,24 +45,6 @@ TEST(PtrStr, SlicesFindIndexTrimAndTheNullTest) {
     EXPECT_EQ(0, blanks.Trim(" \t").len);
 }
 
-// Conversions between the widths, both directions: 255 units stay in the built-in
-// room, 256 take a block.
-template <class CHAR>
-class SmartStrWidths : public ::testing::Test {};
-TYPED_TEST_SUITE(SmartStrWidths, CodeUnits);
-
-TYPED_TEST(SmartStrWidths, ConvertedTextOf255UnitsIsBuiltInAnd256IsNot) {
-    typedef typename SmartStrT<TypeParam>::OtherUnit Other;
-    for (int n : {0, 1, 255, 256, 1000}) {
-        const std::basic_string<Other> source(static_cast<size_t>(n), 'q');
-        SmartStrT<TypeParam> s(source.c_str(), -1);
-        EXPECT_EQ(n, s.Length());
-        EXPECT_EQ(n < 256, s.IsBuiltIn()) << n;
-        EXPECT_EQ(std::basic_string<TypeParam>(static_cast<size_t>(n), 'q'), s.c_str());
-    }
-    EXPECT_EQ(0, SmartStrT<TypeParam>(static_cast<const Other*>(nullptr), 5).Length());
-}
-
 TEST(SmartStr, ConversionsOfNonAsciiText) {
     ReportCapture reports;
     EXPECT_STREQ("\xE4\xB8\xAD\xE6\x96\x87", SmartStr(u"\u4e2d\u6587", -1).c_str());
@@ -86,12 +68,12 @@ TEST(SmartStr, ConversionsOfNonAsciiText) {
 // through SplitStr in the string kit's tests; these are the edges.
 template <class CHAR>
 class SplitTextTest : public ::testing::Test {};
-TYPED_TEST_SUITE(SplitTextTest, CodeUnits);
+TYPED_TEST_SUITE(SplitTextTest, TextUnits);
 
 template <class CHAR>
 bool Collect(void* param, const CHAR* piece, int32_t len) {
     auto* pieces = static_cast<std::vector<std::string>*>(param);
-    pieces->push_back(Ascii(std::basic_string<CHAR>(piece, static_cast<size_t>(len))));
+    pieces->push_back(Bytes(std::basic_string<CHAR>(piece, static_cast<size_t>(len))));
     return true;
 }
 
@@ -113,7 +95,7 @@ TYPED_TEST(SplitTextTest, ModesQuotingAndASetOfSeparators) {
     };
     ReportCapture reports;
     for (const Case& c : cases) {
-        const auto text = T<TypeParam>(c.text), separators = T<TypeParam>(c.separators);
+        const auto text = Txt<TypeParam>(c.text), separators = Txt<TypeParam>(c.separators);
         for (int32_t len : {static_cast<int32_t>(text.size()), -1}) {
             std::vector<std::string> got;
             EXPECT_TRUE(SplitText(&Collect<TypeParam>, &got, text.c_str(), len,

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <type_traits>
 
 #include <gtest/gtest.h>
 
@@ -10,10 +11,9 @@ using TextUnits = ::testing::Types<char, char16_t>;
 
 // Each byte becomes one unit: "a\xE4" -> u"a\u00E4" for char16_t.
 template <class T>
-std::basic_string<T> Txt(const char* bytes) {
+std::basic_string<T> Txt(const std::string& bytes) {
     std::basic_string<T> s;
-    for (const char* p = bytes; *p; ++p)
-        s.push_back(static_cast<T>(static_cast<unsigned char>(*p)));
+    for (char c : bytes) s.push_back(static_cast<T>(static_cast<unsigned char>(c)));
     return s;
 }
 
@@ -21,8 +21,15 @@ std::basic_string<T> Txt(const char* bytes) {
 template <class T>
 std::string Bytes(const std::basic_string<T>& s) {
     std::string out;
-    for (T c : s) out.push_back(static_cast<unsigned>(c) > 0xFF ? '?' : static_cast<char>(c));
+    for (T c : s) {
+        const auto unit = static_cast<std::make_unsigned_t<T>>(c);
+        out.push_back(unit > 0xFF ? '?' : static_cast<char>(unit));
+    }
     return out;
+}
+template <class T>
+std::string Bytes(const T* text) {
+    return text ? Bytes(std::basic_string<T>(text)) : "";
 }
 
 // A writable, terminated copy with room to grow.

@@ -13,7 +13,6 @@ int Capture(const qdr_AssertReport* report) {
     CapturedReport r;
     r.text = report->text;
     r.file = report->file ? report->file : "";
-    r.line = report->line;
     r.expr = report->expr ? report->expr : "";
     r.hasMessage = report->message != nullptr;
     r.message = report->message ? report->message : "";
@@ -58,14 +57,4 @@ int ReportCapture::CountMessage(const std::string& message) const {
     int n = 0;
     for (const CapturedReport& r : g_reports) n += r.hasMessage && r.message == message;
     return n;
-}
-
-void ReportCapture::Clear() {
-    std::lock_guard<std::mutex> lock(g_mutex);
-    g_reports.clear();
-}
-
-void ReportCapture::SetAnswer(int answer) {
-    std::lock_guard<std::mutex> lock(g_mutex);
-    g_answer = answer;
 }

@@ -11,7 +11,6 @@
 struct CapturedReport {
     std::string text;
     std::string file;
-    int line;
     std::string expr;     // as shown after "Expression: (", e.g. "(len >= 0)"
     std::string message;  // "(null)" for a plain check; empty when fmt was null or ""
     bool hasMessage;
@@ -30,8 +29,6 @@ public:
     int Count(const std::string& expr) const;
     // How many reports carried this message.
     int CountMessage(const std::string& message) const;
-    void Clear();
-    void SetAnswer(int answer);
 
 private:
     qdr_AssertReportHandler previous_;

@@ -3,7 +3,7 @@
 // killed, under a file size limit of the system, or as a user that loses the
 // right to write into its log directory. It speaks only through the exports.
 //
-//   logfile_helper lines DIR TAG COUNT START_MS PACE_US LIMIT FLUSH_LINES
+//   logfile_helper lines DIR TAG COUNT START_MS FLUSH_LINES
 //   logfile_helper killme DIR COUNT FLUSH_LINES
 //   logfile_helper fsize DIR RLIMIT COUNT
 //   logfile_helper unwritable DIR
@@ -19,7 +19,6 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 
 namespace {
@@ -51,19 +50,15 @@ int Lines(char** argv) {
     const char* tag = argv[3];
     const int count = std::atoi(argv[4]);
     const long long start = std::atoll(argv[5]);
-    const int pace = std::atoi(argv[6]);
-    const int limit = std::atoi(argv[7]);
     while (NowMs() < start) usleep(1000);
     StartLogging(argv[2]);
-    if (limit > 0) QDLogSetFileSizeLimit(limit);
-    QDLogSetFlushLines(std::atoi(argv[8]));
+    QDLogSetFlushLines(std::atoi(argv[6]));
     for (int i = 0; i < count; ++i) {
         QDLogEvent(0, "%s %06d", tag, i);
         if (i == 0) {
             std::printf("first %s\n", QDLogGetFileName());
             std::fflush(stdout);
         }
-        if (pace > 0 && i % 1000 == 999) usleep(static_cast<useconds_t>(pace));
     }
     return 0;
 }
@@ -140,7 +135,7 @@ int Unwritable(char** argv) {
 
 int main(int argc, char** argv) {
     const std::string command = argc > 1 ? argv[1] : "";
-    if (command == "lines" && argc == 9) return Lines(argv);
+    if (command == "lines" && argc == 7) return Lines(argv);
     if (command == "killme" && argc == 5) return KillMe(argv);
     if (command == "fsize" && argc == 5) return FileSizeLimit(argv);
     if (command == "unwritable" && argc == 3) return Unwritable(argv);

@@ -7,8 +7,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstring>
-
 extern char** environ;
 
 ChildProcess::ChildProcess(const std::vector<std::string>& argv,

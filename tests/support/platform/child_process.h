@@ -16,7 +16,6 @@ public:
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
-    bool Started() const { return pid_ > 0; }
     // The next line of the child's output, without its LF; false at the end.
     bool ReadLine(std::string* line);
     // Everything the child writes until it ends.
