@@ -139,7 +139,8 @@ bool SymbolEngine::Init(const char* searchPath) {
     if (searchPath) path_ = strdup(searchPath);
     if (!g_shared.busy.exchange(true, std::memory_order_acquire)) {
         if (!g_shared.session) {
-            g_shared.library = os::LoadLibraryByName(name);
+            // One reference of the session's own, kept for the process's life.
+            if (!g_shared.library) g_shared.library = os::LoadLibraryByName(name);
             g_shared.session = f->begin(&f->callbacks);
             if (g_shared.session) {
                 g_shared.bound = f;

@@ -4,6 +4,7 @@
 
 #include <cstring>
 
+#include "ptrstr.h"
 #include "qdfdk.h"
 #include "qdr/platform/os.h"
 #include "qdr/qdatomic.h"
@@ -11,10 +12,6 @@
 namespace {
 
 constexpr int kPathChars = 512;
-
-bool IsSeparator(char c) {
-    return c == '\\' || c == '/';
-}
 
 bool IsTagPadding(char c) {
     return c == ' ' || c == '\r' || c == '\n' || c == '\t' || c == '`';
@@ -97,7 +94,7 @@ const char* GetExeName() {
         if (os::ProgramPath(path, kPathChars) <= 0) return false;
         const char* start = path;
         for (const char* p = path; *p; ++p)
-            if (IsSeparator(*p)) start = p + 1;
+            if (IsSlashChar(*p)) start = p + 1;
         strcpy(name, start);
         return name[0] != 0;
     });
