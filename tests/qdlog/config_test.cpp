@@ -44,14 +44,15 @@ TEST(ConfigAtStart, AFileRulesFromTheFirstEvent) {
 }
 
 TEST_F(Config, MaskComesFromTheLevelKeysOnceAFileExists) {
+    // clang-format off
     const std::pair<const char*, uint32_t> cases[] = {
         {nullptr, 0xFFFFFFFF},  // no file
         {"[params]\nflush_lines=20\n", 0x10000F},
         {"[level]\nerror=1\nwarning=0\ndebug=0\ninfo=0\ndevelop=0\n", 0x4},
         {"[level]\nerror=-1\nwarning=0\ndebug=0\ninfo=0\ndevelop=x\n", 0x4},
-        {"[level]\ndevelop=0\n", 0xF},
-        {"[Level]\nerror=0\n", 0x10000F},
+        {"[level]\ndevelop=0\n", 0xF}, {"[Level]\nerror=0\n", 0x10000F},
     };
+    // clang-format on
     for (const auto& c : cases) {
         ResetEngine();
         if (c.first) WriteIni(c.first);

@@ -14,14 +14,13 @@
 namespace {
 
 TEST(EventHead, CycleColumnBlanksTheZerosInFrontOfTheNumber) {
-    const struct {
-        int64_t difference;
-        const char* column;
-    } rows[] = {
+    // clang-format off
+    const struct { int64_t difference; const char* column; } rows[] = {
         {125000, "|CPU-ticks       12.500万"},  {100000, "|CPU-ticks       10.000万"},
         {5000, "|CPU-ticks         .500万"},    {0, "|CPU-ticks         .000万"},
         {-125000, "|CPU-ticks -0000012.500万"}, {1234567890123, "|CPU-ticks 123456789.012万"},
     };
+    // clang-format on
     for (const auto& row : rows) {
         char column[kCpuTicksChars];
         FormatCpuTicks(row.difference, column);
@@ -35,18 +34,12 @@ TEST(EventHead, CycleColumnBlanksTheZerosInFrontOfTheNumber) {
 // zeros and is reported each time, as the conversion does.
 TEST(EventHead, TimeColumnIsThatOfEveryMoment) {
     const char* const zones[] = {"CST-8", "America/New_York"};
-    const MSEL moments[] = {
-        kSampleMSEL,
-        kSampleMSEL + 1,
-        kSampleMSEL + 877,
-        kSampleMSEL,
-        1457852399999LL,
-        1457852400000LL,  // 2016-03-13
-        0,
-        2147443200000LL,
-        -1,
-        kSampleMSEL + 86400000LL * 365,
-    };
+    // 1457852400000 is New York's change to summer time on 2016-03-13.
+    // clang-format off
+    const MSEL moments[] = {kSampleMSEL, kSampleMSEL + 1, kSampleMSEL + 877, kSampleMSEL,
+                            1457852399999LL, 1457852400000LL, 0, 2147443200000LL, -1,
+                            kSampleMSEL + 86400000LL * 365};
+    // clang-format on
     for (const char* zone : zones) {
         setenv("TZ", zone, 1);
         tzset();
@@ -71,18 +64,14 @@ TEST(EventHead, TimeColumnIsThatOfEveryMoment) {
 class EventRoad : public LogTest {};
 
 TEST_F(EventRoad, HeadBytesOnTheScreenAndToCallbacksForEachSetting) {
-    const struct {
-        int printMSEL;
-        int printCpuCycle;
-        int type;
-        const char* head;
-    } rows[] = {
-        {1, 0, 0, "2016-11-18 12:12:00.123|信息:"},
-        {0, 0, 1, "2016-11-18 12:12:00|警告:"},
+    // clang-format off
+    const struct { int printMSEL; int printCpuCycle; int type; const char* head; } rows[] = {
+        {1, 0, 0, "2016-11-18 12:12:00.123|信息:"}, {0, 0, 1, "2016-11-18 12:12:00|警告:"},
         {1, 1, 2, "2016-11-18 12:12:00.123|CPU-ticks       12.500万|错误:"},
         {0, 1, 25, "2016-11-18 12:12:00|CPU-ticks       12.500万|事件:"},
         {1, 0, 7, "2016-11-18 12:12:00.123|0007:"},
     };
+    // clang-format on
     LogContext& log = GetLogContext();
     QDLogScreen(1);
     for (const auto& row : rows) {
@@ -129,15 +118,12 @@ typedef testing::Types<char, char16_t> Widths;
 TYPED_TEST_SUITE(BothRoads, Widths);
 
 TYPED_TEST(BothRoads, SplitAtLineFeedsOnly) {
-    const struct {
-        const char* text;
-        std::vector<std::string> lines;
-    } rows[] = {
-        {"a\n", {"a"}},
-        {"\n\n", {"", ""}},
-        {"a\r\nb", {"a\r", "b"}},
+    // clang-format off
+    const struct { const char* text; std::vector<std::string> lines; } rows[] = {
+        {"a\n", {"a"}}, {"\n\n", {"", ""}}, {"a\r\nb", {"a\r", "b"}},
         {"one\ntwo\nthree", {"one", "two", "three"}},
     };
+    // clang-format on
     for (const auto& row : rows) {
         LineRecorder recorder;
         LogText(TypeParam(), 0, row.text);

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -43,20 +42,16 @@ TEST(LogContextSingleton, EventsAfterTheEndAreReportedAndDropped) {
 class Setters : public LogTest {};
 
 TEST_F(Setters, ClampWhatTheyStore) {
-    const struct {
-        void (*set)(int);
-        int value;
-        int (*get)();
-        int want;
-    } rows[] = {
+    // clang-format off
+    const struct { void (*set)(int); int value; int (*get)(); int want; } rows[] = {
         {QDLogSetFileSizeLimit, 1, QDLogGetFileSizeLimit, 16384},
         {QDLogSetFileSizeLimit, 0x7FFFFFFF, QDLogGetFileSizeLimit, 0x800000},
         {QDLogSetFlushLines, 0, QDLogGetFlushLines, 1},
-        {QDLogSetLife, 400, QDLogGetLife2, 31536000},
-        {QDLogSetLife, -3, QDLogGetLife2, 0},
+        {QDLogSetLife, 400, QDLogGetLife2, 31536000}, {QDLogSetLife, -3, QDLogGetLife2, 0},
         {QDLogSetLife2, 90000, QDLogGetLife, 1},
         {QDLogSetMaxFileNum, -4, QDLogGetMaxFileNum, -4},  // stored as given
     };
+    // clang-format on
     for (const auto& row : rows) {
         row.set(row.value);
         EXPECT_EQ(row.want, row.get()) << &row - rows;
@@ -108,8 +103,7 @@ TEST_F(LogDirectory, StartsBesideTheExecutableAndIsMadeWhereItIsSet) {
     const auto shown = SystemPath;
     EXPECT_EQ(shown(GetExeDir()), QDLogGetDir());
     EXPECT_EQ(1, QDLogSetDir(("frame-test-logs-" + std::to_string(getpid()) + "/a").c_str()));
-    std::string composed = made_ + "/a";
-    std::replace(composed.begin(), composed.end(), '/', '\\');
+    const std::string composed = LibraryPath(made_ + "/a");
     EXPECT_EQ(composed, ::LogDirectory());
     EXPECT_EQ(shown(composed), QDLogGetDir());
     const std::string absolute = made_ + "\\b\\c";  // '\' separates in the library's grammar

@@ -11,12 +11,9 @@
 #include "eventroad.h"
 #include "qdlog.h"
 
-struct RecordedLine {
-    int type;
-    std::string head;
-    std::string text;
-    bool headTerminated;
-};
+// clang-format off
+struct RecordedLine { int type; std::string head; std::string text; bool headTerminated; };
+// clang-format on
 
 // Registered with itself as the user data for its lifetime.
 class LineRecorder {

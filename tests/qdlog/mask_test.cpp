@@ -23,19 +23,13 @@ uint32_t AskForTheMask() {
 }
 
 TEST_F(MaskPointer, RunsAPassExactlyWhenHalfASecondHasGone) {
-    const struct {
-        uint32_t sinceLastPass;
-        bool runs;
-    } rows[] = {
-        {0, false},
-        {200, false},
-        {480, false},
-        {500, true},
-        {501, true},
-        {120000, true},
+    // clang-format off
+    const struct { uint32_t sinceLastPass; bool runs; } rows[] = {
+        {0, false}, {200, false}, {480, false}, {500, true}, {501, true}, {120000, true},
         // A tick ahead of the clock is a wrapped difference, which counts as elapsed.
         {0xFFFFFFF0u, true},
     };
+    // clang-format on
     for (const auto& row : rows)
         EXPECT_EQ(row.runs, PassRanAfter(row.sinceLastPass, AskForTheMask)) << row.sinceLastPass;
     EXPECT_EQ(&GetLogContext().logMask_, GetQDLogMaskPtr());

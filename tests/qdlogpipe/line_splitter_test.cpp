@@ -25,12 +25,9 @@ Lines Split(const std::string& input, size_t chunk, bool* split = nullptr) {
 }
 
 TEST(LineSplitter, EveryLineComesThroughWhateverTheReads) {
-    const struct {
-        std::string input;
-        Lines lines;
-    } cases[] = {
-        {"ab\ncd", {"ab", "cd"}},
-        {"ab\n", {"ab"}},
+    // clang-format off
+    const struct { std::string input; Lines lines; } cases[] = {
+        {"ab\ncd", {"ab", "cd"}}, {"ab\n", {"ab"}},
         {"\n\nx\n", {" ", " ", "x"}},  // the library would drop an empty text
         {"a\r\n", {"a\r"}},
         {std::string("a\0b\n", 4),
@@ -38,6 +35,7 @@ TEST(LineSplitter, EveryLineComesThroughWhateverTheReads) {
           "b"}},
         {"\xFF\xFE\n", {"\xFF\xFE"}},
     };
+    // clang-format on
     for (const auto& c : cases)
         for (size_t chunk : {1, 2, 7, 4096}) EXPECT_EQ(c.lines, Split(c.input, chunk)) << chunk;
 }

@@ -78,9 +78,8 @@ TEST(AssertReport, MessageFormsOfTheTitle) {
 
 TEST(AssertReport, LongPathsAreShortenedToTheirTail) {
     ReportCapture reports;
-    const struct {
-        std::string path, shown;
-    } cases[] = {
+    // clang-format off
+    const struct { std::string path, shown; } cases[] = {
         {"/" + std::string(53, 'a'), "/" + std::string(53, 'a')},
         {std::string(55, 'b'), "..." + std::string(40, 'b')},
         // No separator among the characters len-50 .. len-41: the last 40 characters.
@@ -90,6 +89,7 @@ TEST(AssertReport, LongPathsAreShortenedToTheirTail) {
         // The leftmost separator of the window wins.
         {std::string(20, 'g') + "/hh/" + std::string(44, 'i'), ".../hh/" + std::string(44, 'i')},
     };
+    // clang-format on
     for (const auto& c : cases) {
         qdr_AssertPrintfBox(c.path.c_str(), 9, "(x)", nullptr);
         EXPECT_EQ(c.shown + "(9)", Field(reports.Reports().back().text, "File   : "));

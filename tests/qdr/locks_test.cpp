@@ -2,13 +2,10 @@
 
 #include <cstring>
 
-#include "qdr/qdatomic.h"
 #include "qdr/qdsync.h"
 #include "report_capture.h"
 
 namespace {
-
-OSSpinLock g_zeroSpin;  // zero-initialised, never constructed
 
 TEST(Mutex, InvalidRecordsReportAndAreLeftAlone) {
     ReportCapture reports;
@@ -47,17 +44,6 @@ TEST(Mutex, DestroyingAHeldMutexOrUnlockingAnotherOnesIsReported) {
     m.Unlock();  // never locked: not the owner, and no level to give up
     EXPECT_EQ(1, reports.Count("(OSMutexOwner(mutex) == OSThreadSelf())"));
     EXPECT_EQ(1, reports.Count("(mutex->lockedCount >= 1)"));
-}
-
-TEST(SpinLock, ZeroWordIsFree) {
-    {
-        AutoSpinLock guard(&g_zeroSpin, 1);
-        EXPECT_EQ(1u, g_zeroSpin);
-    }
-    EXPECT_EQ(0u, g_zeroSpin);
-    uint32_t word = 7;
-    EXPECT_EQ(7u, OSAtomicExchange(&word, 9));
-    EXPECT_EQ(9u, word);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
-#include <utility>
+#include <tuple>
 #include <vector>
 
 #include "cpp_templ0.h"
@@ -11,10 +11,9 @@
 
 namespace {
 
-struct StackProbe {
-    size_t stackBytes = 0;
-    OSThreadID selfId = 0;
-};
+// clang-format off
+struct StackProbe { size_t stackBytes = 0; OSThreadID selfId = 0; };
+// clang-format on
 
 unsigned ProbeStack(void* arg) {
     StackProbe* probe = static_cast<StackProbe*>(arg);
@@ -99,17 +98,17 @@ TEST(IsElapsed, BothFormsAtTheWrapAndTheIntervalLimit) {
 
 TEST(LimitValue, ClampsTellsWhetherItMovedAndReportsAnEmptyRangeOnRequest) {
     ReportCapture reports;
-    auto limit = [](int v, int lowest, int highest, bool check) {
-        const bool moved = LimitValue(v, lowest, highest, check);
-        return std::make_pair(moved, v);
-    };
-    EXPECT_EQ(std::make_pair(false, 5), limit(5, 1, 10, true));
-    EXPECT_EQ(std::make_pair(true, 1), limit(-3, 1, 10, true));
-    EXPECT_EQ(std::make_pair(true, 10), limit(30, 1, 10, true));
-    EXPECT_EQ(std::make_pair(true, 5), limit(0, 5, 2, false));  // empty, and not reported
-    EXPECT_EQ(0, reports.Count());
-    limit(0, 5, 2, true);
+    // {value, lowest, highest, check} -> {moved, value}; the empty range unreported first.
+    // clang-format off
+    for (auto [v, lowest, highest, check, moved, want] :
+         {std::tuple{5, 1, 10, true, false, 5}, {-3, 1, 10, true, true, 1},
+          {30, 1, 10, true, true, 10}, {0, 5, 2, false, true, 5}, {0, 5, 2, true, true, 5}}) {
+        // clang-format on
+        EXPECT_EQ(moved, LimitValue(v, lowest, highest, check));
+        EXPECT_EQ(want, v);
+    }
     EXPECT_EQ(1, reports.Count("(highest >= lowest)"));
+    EXPECT_EQ(1, reports.Count());
 }
 
 TEST(RangesOverlap, ClosedAndOpen) {

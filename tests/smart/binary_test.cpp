@@ -4,7 +4,6 @@
 
 #include "binary.h"
 #include "report_capture.h"
-#include "xbinary.h"
 
 namespace {
 
@@ -128,38 +127,18 @@ TEST(Binary, BothAllocatorFormsAndTheLastReferenceFreesOnlyOwnedBlocks) {
     EXPECT_EQ(g_functionAllocs, g_functionFrees);
 }
 
-TEST(XBinary, SameSizeReusesTheBlockAndAFixedOneIsRefused) {
-    ReportCapture reports;
-    XBinary<> x;
-    EXPECT_TRUE(x.Assign("wxyz", 4));
-    unsigned char* block = x.Get();
-    EXPECT_TRUE(x.Assign("abcd", 4));
-    EXPECT_EQ(block, x.Get());
-    EXPECT_FALSE(x.Resize(-1, true));
-    char fixed[3] = {1, 2, 3};
-    x.Attach(fixed, 3, xbinary_fixed);  // the owned block goes
-    EXPECT_FALSE(x.Release());
-    EXPECT_FALSE(x.Assign("ab", 2));
-    EXPECT_EQ(3, reports.Count("(false)"));
-    EXPECT_EQ(fixed, reinterpret_cast<char*>(x.Get()));
-}
-
 // A refused allocation keeps the old contents, whether the source lies inside the
 // block or outside it (the block would otherwise leak, which ASan reports).
-TEST(XBinary, ARefusedAllocationKeepsTheOldContents) {
+TEST(Binary, ARefusedAllocationKeepsTheOldContents) {
     ReportCapture reports;
-    XBinary<BinaryAllocator> x{BinaryAllocator(&RefusingFunction)};
     Binary b{BinaryAllocator(&RefusingFunction)};
-    ASSERT_TRUE(x.Assign("old", 3));
     ASSERT_TRUE(b.Set("old", 3));
     g_refuse = true;
-    EXPECT_FALSE(x.Assign("longer", 6));
-    EXPECT_FALSE(x.Assign(x.Get() + 1, 2));
     EXPECT_FALSE(b.Set("longer", 6));
+    EXPECT_FALSE(b.Set(b.Data() + 1, 2));
     g_refuse = false;
-    EXPECT_EQ("old", std::string(reinterpret_cast<char*>(x.Get()), x.Size()));
     EXPECT_EQ("old", Bytes(b));
-    EXPECT_EQ(3, reports.Count("(false)"));
+    EXPECT_EQ(2, reports.Count("(false)"));
 }
 
 }  // namespace

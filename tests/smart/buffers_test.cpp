@@ -1,29 +1,9 @@
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <string>
 
 #include "autoptr.h"
-#include "smartbuf.h"
-#include "report_capture.h"
 
 namespace {
-
-TEST(SmartBuf, StaysInlineUpToStackLenMovesToTheHeapBeyondAndBack) {
-    ReportCapture reports;  // IsStack tests the invariants of either place
-    SmartBuf<char, 1024> buf(1024);
-    EXPECT_TRUE(buf.IsStack());
-    memcpy(buf.Get(), "keep", 5);
-    buf.Resize(1024);  // only the same length keeps the contents
-    EXPECT_STREQ("keep", buf.Get());
-    buf.Resize(1025);
-    EXPECT_FALSE(buf.IsStack());
-    EXPECT_EQ(1025, buf.HeapLength());
-    buf.Resize(10);
-    EXPECT_TRUE(buf.IsStack());
-    EXPECT_EQ(0, buf.HeapLength());
-    EXPECT_EQ(0, reports.Count());
-}
 
 struct Counted {
     static inline int scalarDeletes = 0, arrayDeletes = 0, alive = 0;

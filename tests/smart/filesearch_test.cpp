@@ -17,12 +17,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The library's normal form of a system path.
-std::string Normal(std::string path) {
-    std::replace(path.begin(), path.end(), '/', '\\');
-    return path;
-}
-
 // What a walk reported, as paths relative to the scratch directory with '/' and a
 // directory with '/' behind; the visitor's entries end in "+" or "-" for passed.
 struct Seen {
@@ -30,8 +24,7 @@ struct Seen {
     std::vector<std::string> found, visited;
     std::set<std::string> refuse;  // fileCb answers false for these
     std::string Relative(const char* pathname, bool isDir) const {
-        std::string path(pathname);
-        std::replace(path.begin(), path.end(), '\\', '/');
+        std::string path = SystemPath(pathname);
         if (path.compare(0, base.size(), base) == 0) path.erase(0, base.size());
         return path + (isDir ? "/" : "");
     }
@@ -187,7 +180,7 @@ TEST_F(FileSearch, TrimTreeLineEndsDropsBlanksBeforeLineEnds) {
     // A zero byte makes a file no text.
     Write(dir_.Path() / "c/zero.txt", std::string("a \0b", 4));
     EXPECT_FALSE(TrimTreeLineEnds((dir_ / "c").c_str(), "zero.txt", false, failed, nullptr));
-    EXPECT_EQ(Normal(dir_ / "c/zero.txt"), failed);
+    EXPECT_EQ(LibraryPath(dir_ / "c/zero.txt"), failed);
 }
 
 }  // namespace

@@ -40,10 +40,9 @@ TEST(FileStorage, TheSnubberServesASlowReaderFromMemory) {
     ASSERT_TRUE(file.Open(path.c_str(), FileStorage::kReadOnly, 16));
     const RingBuffer& ring = *file.GetReadSnubber();
     char got[64];
-    struct Step {
-        int offset, bytes, streamReads;
-        int64_t begin, end;  // the ring afterwards
-    } steps[] = {
+    // begin and end: the ring afterwards
+    // clang-format off
+    struct Step { int offset, bytes, streamReads; int64_t begin, end; } steps[] = {
         {0, 4, 1, 0, 4},         // a fresh ring
         {4, 4, 1, 0, 8},         // its tail grows
         {2, 4, 0, 0, 8},         // inside: no stream read
@@ -52,6 +51,7 @@ TEST(FileStorage, TheSnubberServesASlowReaderFromMemory) {
         {102, 16, 1, 102, 118},  // the rest is read and the oldest fall off
         {0, 17, 1, 102, 118},    // more than the ring holds passes it by
     };
+    // clang-format on
     for (const Step& s : steps) {
         g_streamReads = 0;
         ASSERT_EQ(s.bytes, file.Read(s.offset, got, s.bytes));
@@ -119,10 +119,9 @@ TEST(FileStorage, WritesKeepTheSnubberTrueAndExtendTheFile) {
     EXPECT_EQ(4, file.Read(2, got, 10)) << "cut at the end";
 }
 
-struct Lines {
-    std::vector<std::string> seen;
-    size_t stopAt = 100;
-};
+// clang-format off
+struct Lines { std::vector<std::string> seen; size_t stopAt = 100; };
+// clang-format on
 bool Collect(void* param, const char* line) {
     Lines* lines = static_cast<Lines*>(param);
     lines->seen.push_back(line);

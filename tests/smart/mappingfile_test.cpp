@@ -1,5 +1,4 @@
-// MappingFile over files and over named shared memory, and the checked files that
-// are read through it. The shared-memory cases run a second process
+// MappingFile over files and over named shared memory. The shared-memory cases run a second process
 // (tools/shared_map).
 #include <gtest/gtest.h>
 
@@ -57,11 +56,6 @@ TEST(MappingFile, RefusesWhatCannotBeMappedAndLeavesNothingOpen) {
     EXPECT_EQ(1, capture.Count("(false)"));
     EXPECT_FALSE(empty.MapView(0, 0));
     EXPECT_EQ(2, capture.Count("(false)"));
-
-    MappingFile paging;
-    EXPECT_FALSE(paging.Open(nullptr, true, 0, 0, false, "qdtest_zero", false));
-    EXPECT_EQ(1, capture.Count("(numberOfBytesToMap > 0)"));
-    EXPECT_FALSE(paging.IsOpened());
 }
 
 TEST(MappingFile, ViewsReadWriteAndCopyOnWrite) {
@@ -99,18 +93,6 @@ TEST(MappingFile, ViewsReadWriteAndCopyOnWrite) {
     EXPECT_EQ(10, map.GetCurrentFileSize());
     EXPECT_FALSE(map.MapView(0, 0));
     EXPECT_TRUE(map.MapView(0, 10));
-}
-
-TEST(MappingFile, CheckedFilesAreReadThroughTheView) {
-    ScratchDir dir("mapping");
-    const std::string path = dir / "checked", data = Pattern(70001);
-    ASSERT_TRUE(SaveCheckedFile(data.data(), static_cast<int32_t>(data.size()), path.c_str()));
-    Binary loaded;
-    ASSERT_TRUE(LoadCheckedFile(loaded, path.c_str()));
-    EXPECT_EQ(data, std::string(reinterpret_cast<const char*>(loaded.Data()), data.size()));
-    fs::resize_file(path, data.size() + 7);
-    EXPECT_FALSE(IsCheckedFileIntact(path.c_str()));
-    EXPECT_FALSE(LoadCheckedFile(loaded, path.c_str()));
 }
 
 class SharedMap : public ::testing::Test {

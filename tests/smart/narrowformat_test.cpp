@@ -41,14 +41,9 @@ TEST(NarrowFormat, WritesTheCommonConversionsAsTheCLibrary) {
     ExpectAsCLibrary("message %d from %s took %.3f ms", 42, "worker", 1.542);
     ExpectAsCLibrary("");
     ExpectAsCLibrary("no conversion at all");
-    ExpectAsCLibrary("%d %i %u %d %u", INT_MIN, INT_MAX, UINT_MAX, 0, 0u);
-    ExpectAsCLibrary("%hhd %hhu %hd %hu", 300, 300, 70000, 70000);
-    ExpectAsCLibrary("%ld %lu %lld %llu", LONG_MIN, ULONG_MAX, LLONG_MIN, ULLONG_MAX);
-    ExpectAsCLibrary("%jd %zu %zd %td %qd %Zu", INTMAX_MIN, SIZE_MAX, static_cast<ptrdiff_t>(-5),
-                     PTRDIFF_MIN, LLONG_MAX, static_cast<size_t>(7));
-    ExpectAsCLibrary("%o %x %X %#o %#x %#X %#o %#x", 8u, 255u, 255u, 8u, 255u, 255u, 0u, 0u);
-    ExpectAsCLibrary("%+.0d|%.0d|%#.0o|%#5.3x|%-05d|%0-5d|% +d|%#.3o|%+u|% x", 0, 0, 0u, 10u, 42,
-                     42, 7, 8u, 5u, 255u);
+    // Integers go through every flag, width, precision and size below; here the forms
+    // the sweep does not write.
+    ExpectAsCLibrary("%qd %Zu %d", LLONG_MAX, static_cast<size_t>(7), INT_MIN);
     ExpectAsCLibrary("%*d|%-*d|%*d|%.*d|%.*d", 6, 42, 6, 42, -6, 42, 4, 7, -4, 7);
     ExpectAsCLibrary("%c|%5c|%-5c|%05c|%c", 'a', 'b', 'c', 'd', 0x1E2);
     ExpectAsCLibrary("%s|%8s|%-8s|%.2s|%8.2s|%08s|%.10s|%s", "abc", "abc", "abc", "abc", "abc",
@@ -94,28 +89,11 @@ TEST(NarrowFormat, IntegersMatchForEveryFlagWidthPrecisionAndSize) {
 // and precision, the specials among them; and in the other rounding modes, which
 // the C library honours.
 TEST(NarrowFormat, FixedMatchesForDoublesOfEveryMagnitude) {
-    const double specials[] = {0.0,
-                               -0.0,
-                               0.5,
-                               1.5,
-                               2.5,
-                               0.125,
-                               0.375,
-                               1e-300,
-                               4.9e-324,
-                               2.2250738585072014e-308,
-                               1e15,
-                               9.2233720368547758e18,
-                               1.8446744073709552e19,
-                               1e300,
-                               INFINITY,
-                               -INFINITY,
-                               NAN,
-                               -NAN,
-                               1.0005,
-                               123.456,
-                               0.1,
-                               1e22};
+    // clang-format off
+    const double specials[] = {0.0, -0.0, 0.5, 1.5, 2.5, 0.125, 0.375, 1e-300, 4.9e-324,
+        2.2250738585072014e-308, 1e15, 9.2233720368547758e18, 1.8446744073709552e19, 1e300,
+        INFINITY, -INFINITY, NAN, -NAN, 1.0005, 123.456, 0.1, 1e22};
+    // clang-format on
     const char* const forms[] = {"%.0f",  "%.1f",  "%.3f",  "%f",       "%.9f",     "%.17f",
                                  "%.18f", "%.30f", "%#.0f", "%+010.2f", "%- 12.4f", "%F"};
     for (double v : specials)

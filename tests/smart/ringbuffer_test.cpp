@@ -16,11 +16,9 @@ namespace {
 typedef std::vector<unsigned char> Bytes;
 
 // The erase callback: records what it was asked and refuses when told to.
-struct EraseLog {
-    bool refuse = false;
-    int64_t offset = -1;
-    int count = -1;
-};
+// clang-format off
+struct EraseLog { bool refuse = false; int64_t offset = -1; int count = -1; };
+// clang-format on
 bool AskErase(void* param, int64_t offset, int bytes) {
     EraseLog* log = static_cast<EraseLog*>(param);
     log->offset = offset;

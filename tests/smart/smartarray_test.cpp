@@ -9,9 +9,9 @@
 namespace {
 
 template <int BYTES>
-struct Record {
-    char bytes[BYTES];
-};
+// clang-format off
+struct Record { char bytes[BYTES]; };
+// clang-format on
 
 // The capacities that a run of push_back goes through.
 template <class TYPE, int N>
@@ -26,14 +26,14 @@ std::vector<int> CapacitySequence(int pushes) {
 }
 
 TEST(SmartArrayCapacity, DoublesBelow128MiBThenStepsBy128MiBInSequencesBySize) {
-    struct Case {
-        int32_t old_items, item_bytes, increase, expected;
-    } cases[] = {
+    // clang-format off
+    struct Case { int32_t old_items, item_bytes, increase, expected; } cases[] = {
         {5, 1, 100, 128},  // the small steps show in the capacity sequences below
         {0x1FFFFF0, 4, 16, 0x2000000},
         {0x2000000, 4, 16, 0x4000000},         // 128 MiB reached: a fixed step of 128 MiB
         {0x2000000, 4, 0x3000000, 0x5000000},  // or the request, if larger
     };
+    // clang-format on
     for (const Case& c : cases)
         EXPECT_EQ(c.expected, NextLength(c.old_items, c.item_bytes, c.increase)) << c.old_items;
     EXPECT_EQ((std::vector<int>{16, 32, 64}), (CapacitySequence<int, 0>(40)));
@@ -100,15 +100,14 @@ std::string Join(const A& a) {
 }
 
 TYPED_TEST(SelfInsertion, SourceStraddlingBehindOrBeforeTheInsertionPoint) {
-    struct Case {
-        int ins, from, count;
-        const char* expected;
-    } cases[] = {
+    // clang-format off
+    struct Case { int ins, from, count; const char* expected; } cases[] = {
         {2, 0, 4, "ABABCDCDE"},                          // straddles the insertion point
         {1, 3, 2, "ADEBCDE"},                            // behind it: moves up with the items
         {3, 0, 2, "ABCABDE"},                            // before it: stays where it is
         {0, 0, 5, "ABCDEABCDE"}, {5, 1, 3, "ABCDEBCD"},  // an append
     };
+    // clang-format on
     ReportCapture reports;
     for (const Case& c : cases) {
         SmartArray<TypeParam, 8> a;

@@ -21,11 +21,11 @@ struct BetweenCase {
     int count;
 };
 
+// clang-format off
 const BetweenCase kBetweenCases[] = {
     {"a/*x*/b/*y*/c", "/*", "*/", "_", 0, 0, "a_b_c", 2},
     // The tail is searched from the head's own position, so "/*/" closes at once.
-    {"a/*/b", "/*", "*/", "", 0, 0, "ab", 1},
-    {"a/*x", "/*", "*/", "", 0, 0, "a/*x", 0},
+    {"a/*/b", "/*", "*/", "", 0, 0, "ab", 1}, {"a/*x", "/*", "*/", "", 0, 0, "a/*x", 0},
     // A tail that begins with the head makes both the tail: only "abc" is replaced.
     {"ab abc", "ab", "abc", "X", 0, 0, "ab X", 1},
     {"Ab ab AB", "ab", "ab", "x", msf_ignore_case, 0, "x x x", 3},
@@ -37,6 +37,7 @@ const BetweenCase kBetweenCases[] = {
     {"log logfile log", "log", "log", "LOG", msf_whole_word, 0, "LOG logfile LOG", 2},
     {"aaa", "a", "a", "aa", 0, 0, "aaaaaa", 3},
 };
+// clang-format on
 
 TYPED_TEST(Replace, BetweenHeadAndTail) {
     for (const BetweenCase& c : kBetweenCases) {

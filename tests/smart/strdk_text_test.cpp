@@ -30,13 +30,9 @@ TYPED_TEST(TextRoutines, TrimRangeAndTrimCopy) {
     EXPECT_EQ("  left", Terminated(dest));
 }
 
-struct UntilCase {
-    const char* s1;
-    const char* s2;
-    char stop;
-    int flags;
-    int expected;
-};
+// clang-format off
+struct UntilCase { const char* s1; const char* s2; char stop; int flags; int expected; };
+// clang-format on
 
 const UntilCase kUntilCases[] = {
     // clang-format off
@@ -57,32 +53,25 @@ TYPED_TEST(TextRoutines, CompareCharsUntilTheStop) {
     }
 }
 
-struct PathCase {
-    const char* p1;
-    const char* p2;
-    int flags;
-    bool caseSensitive;
-    int sign;
-};
+// clang-format off
+struct PathCase { const char* p1; const char* p2; int flags; bool caseSensitive; int sign; };
+// clang-format on
 
+// clang-format off
 const PathCase kPathCases[] = {
-    {"b\\x", "a.txt", 0, false, 1},
-    {"b\\x", "a.txt", cpn_dirs_first, false, -1},
-    {"ABC", "abc", 0, false, 0},
-    {"ABC", "abc", 0, true, -1},
-    {"a/b", "A\\B", 0, false, 0},
+    {"b\\x", "a.txt", 0, false, 1}, {"b\\x", "a.txt", cpn_dirs_first, false, -1},
+    {"ABC", "abc", 0, false, 0}, {"ABC", "abc", 0, true, -1}, {"a/b", "A\\B", 0, false, 0},
     {"a\\", "a", cpn_path1_dir | cpn_path2_dir, false, 0},
     // Both directories: the path that ends first is the smaller.
     {"a", "a\\b", cpn_dirs_first | cpn_path1_dir, false, -1},
     // A file named like a directory sorts after it.
-    {"a", "a\\b", cpn_dirs_first, false, 1},
-    {"dir\\x2", "dir\\x10", 0, false, 1},
+    {"a", "a\\b", cpn_dirs_first, false, 1}, {"dir\\x2", "dir\\x10", 0, false, 1},
     // Natural order: digit runs by value, then the plain comparison decides ties.
     {"dir\\x2", "dir\\x10", cpn_natural_order, false, -1},
-    {"v1.5\\a", "v1.25\\a", cpn_natural_order, false, 1},
-    {"X9", "x9", cpn_natural_order, true, -1},
+    {"v1.5\\a", "v1.25\\a", cpn_natural_order, false, 1}, {"X9", "x9", cpn_natural_order, true, -1},
     {"a\\b", "a\\b\\c", 0, false, -1},
 };
+// clang-format on
 
 TYPED_TEST(TextRoutines, ComparePathNameComponentByComponent) {
     auto sign = [](int r) { return r < 0 ? -1 : (r > 0 ? 1 : 0); };
@@ -95,12 +84,9 @@ TYPED_TEST(TextRoutines, ComparePathNameComponentByComponent) {
 
 // `strictPos`: where the strict form (with an error output) refuses, or -1 when it
 // decodes as the lenient form does.
-struct EscapeCase {
-    const char* in;
-    bool onlyInQuotes;
-    const char* out;
-    int strictPos;
-};
+// clang-format off
+struct EscapeCase { const char* in; bool onlyInQuotes; const char* out; int strictPos; };
+// clang-format on
 
 const EscapeCase kEscapeCases[] = {
     // clang-format off

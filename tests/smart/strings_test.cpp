@@ -17,17 +17,17 @@ std::string S(const PtrStr& s) {
     return s.ToString();
 }
 
-TEST(PtrStr, SlicesFindIndexTrimAndTheNullTest) {
+TEST(PtrStr, SlicesFindIndexAndTheNullTest) {
     const char* text = "hello";
     PtrStr s(text, 5);
-    const struct {
-        PtrStr slice;
-        const char* expected;  // null: the empty value, whose p is null
-    } cases[] = {
+    // expected null: the empty value, whose p is null
+    // clang-format off
+    const struct { PtrStr slice; const char* expected; } cases[] = {
         {s.Mid(1), "ello"},      {s.Mid(5), ""},         {s.Mid(6), nullptr},
         {s.Mid(-2, 4), "he"},    {s.Mid(1, 2), "el"},    {s.Mid(3, 100), "lo"},
         {s.Mid(2, -3), nullptr}, {s.Left(100), "hello"}, {s.Left(0), ""},
     };
+    // clang-format on
     for (const auto& c : cases) {
         EXPECT_EQ(c.expected ? c.expected : "", S(c.slice));
         EXPECT_EQ(!c.expected, c.slice.p == nullptr) << c.slice.len;
@@ -36,13 +36,6 @@ TEST(PtrStr, SlicesFindIndexTrimAndTheNullTest) {
     EXPECT_EQ(3, s.Find('l', 3));
     EXPECT_EQ(-1, s.Find('l', 5));
     EXPECT_EQ(-1, s.Find('h', -1));
-
-    const char* line = " \t key = v \r\n";
-    PtrStr trimmed(line, -1);
-    EXPECT_EQ("key = v", S(trimmed.Trim(" \t\r\n")));
-    EXPECT_EQ(line + 3, trimmed.p);
-    PtrStr blanks(line, 2);
-    EXPECT_EQ(0, blanks.Trim(" \t").len);
 }
 
 TEST(SmartStr, ConversionsOfNonAsciiText) {

@@ -29,21 +29,16 @@ const std::string kBe = std::string("\0a\0\r\0\n\x4E\x2D\0 \xD8\x3D\xDE\x00", 14
 const std::string kMarks[] = {"", "\xFF\xFE", "\xFE\xFF", "\xEF\xBB\xBF"};
 
 TEST(ReadWholeTextFile, RecognisesTheMarksAndHandsOverUtf8) {
-    const struct {
-        std::string bytes;
-        TextFileType type;
-        std::string text;
-    } cases[] = {
-        {"", tft_ansi, ""},
-        {"\xFF", tft_ansi, "\xFF"},
+    // clang-format off
+    const struct { std::string bytes; TextFileType type; std::string text; } cases[] = {
+        {"", tft_ansi, ""}, {"\xFF", tft_ansi, "\xFF"},
         {"a\xC3(\xFF\xFE", tft_ansi, "a\xC3(\xFF\xFE"},  // no mark: bytes as they stand
-        {"\xEF\xBB", tft_ansi, "\xEF\xBB"},
-        {kMarks[1] + kLe, tft_utf_16, kText},
-        {kMarks[2] + kBe, tft_utf_16_be, kText},
-        {kMarks[3] + kText, tft_utf_8, kText},
+        {"\xEF\xBB", tft_ansi, "\xEF\xBB"}, {kMarks[1] + kLe, tft_utf_16, kText},
+        {kMarks[2] + kBe, tft_utf_16_be, kText}, {kMarks[3] + kText, tft_utf_8, kText},
         {kMarks[2], tft_utf_16_be, ""},
         {kMarks[1] + std::string("\x00\xD8x\0", 4), tft_utf_16, "\xEF\xBF\xBDx"},
     };
+    // clang-format on
     for (const auto& c : cases) {
         Put(c.bytes);
         int len = -7;

@@ -23,26 +23,11 @@ struct EastOfUtc {
 constexpr MSEL kLast = 2147443200000LL;
 constexpr MSEL k20240102030405 = 1704135845000LL;  // local, UTC+8
 
-TEST(Calendar, OrdinalChecksAndTheSplitOfADay) {
-    ReportCapture reports;
-    SystemTimeOrdinal(2023, 2, 29, 24, 0, 0, 1000);
-    EXPECT_EQ(1, reports.Count("(IsValidDate(year, month, day))"));
-    int h, m, s, ms;
-    EXPECT_EQ(13, SplitDayMilliseconds(13 * 3600000 + 4 * 60000 + 5 * 1000 + 6, &h, &m, &s, &ms));
-    EXPECT_EQ((std::vector<int>{13, 4, 5, 6}), (std::vector<int>{h, m, s, ms}));
-    EXPECT_EQ(26, SplitDayMilliseconds(26 * 3600000, nullptr, nullptr, nullptr, nullptr));
-    EXPECT_EQ(1, reports.Count("(dw < 24*3600*1000)"));
-}
-
 TEST(Calendar, MselRangeEndsInUtcAndLocalTime) {
     EXPECT_TRUE(IsValidMSEL(0) && IsValidMSEL(kLast));
     EXPECT_FALSE(IsValidMSEL(kLast + 1) || IsValidMSEL(-1));
-    struct Case {
-        SYSTEMTIME time;
-        bool local;
-        int range;
-        MSEL msel;
-    } cases[] = {
+    // clang-format off
+    struct Case { SYSTEMTIME time; bool local; int range; MSEL msel; } cases[] = {
         {MakeSystemTime(1969, 12, 31, 23, 59, 59, 999), false, -1, -1},
         {MakeSystemTime(1970, 1, 1), false, 0, 0},
         {MakeSystemTime(2038, 1, 18, 16), false, 0, kLast},
@@ -51,6 +36,7 @@ TEST(Calendar, MselRangeEndsInUtcAndLocalTime) {
         {MakeSystemTime(2038, 1, 19), true, 0, kLast},
         {MakeSystemTime(2038, 1, 19, 0, 0, 0, 1), true, 1, -1},
     };
+    // clang-format on
     for (const Case& c : cases) {
         EXPECT_EQ(c.range, CheckSystemTimeRange(c.time, c.local)) << c.msel;
         EXPECT_EQ(c.msel, SystemTimeToMSEL(c.time, c.local)) << c.msel;
@@ -105,23 +91,17 @@ TYPED_TEST(SystemTimeText, FormatsTheHeadTime) {
 }
 
 TEST(Duration, BothLanguagesLeaveOutZeroParts) {
-    struct Case {
-        const char* language;
-        int64_t ms;
-        bool withMilli;
-        const char* text;
-    } cases[] = {
-        // clang-format off
-        {"english", 0, false, "0Seconds"}, {"english", 0, true, "0MSELs"},
-        {"中文简体", 0, true, "0毫秒"},
+    // clang-format off
+    struct Case { const char* language; int64_t ms; bool withMilli; const char* text; } cases[] = {
+        {"english", 0, false, "0Seconds"}, {"english", 0, true, "0MSELs"}, {"中文简体", 0, true, "0毫秒"},
         {"English", 90061001, true, "1Days1Hours1Minutes1Seconds1MSELs"},
         {"ENGLISH", 90061001, false, "1Days1Hours1Minutes1Seconds"},
         {"中文简体", 90061001, true, "1天1小时1分1秒1毫秒"},
         {"english", 86400000, true, "1Days"}, {"english", 86401000, true, "1Days1Seconds"},
         {"deutsch", 60000, true, "1Minutes"}, {nullptr, 999, false, "0Seconds"},
         {"english", kLast, true, "24854Days16Hours"},
-        // clang-format on
     };
+    // clang-format on
     char text[kDurationTextSize];
     for (const Case& c : cases)
         for (bool keepAll : {false, true})

@@ -39,12 +39,18 @@ private:
     std::filesystem::path path_;
 };
 
-// A path of the library's grammar as the system takes it: '\' becomes '/'.
-//   "\opt\app\qdlog.ini" -> "/opt/app/qdlog.ini"
-inline std::string SystemPath(std::string path) {
+// A path of the library's grammar as the system takes it, and back: '\' <-> '/'.
+//   "\opt\app\qdlog.ini" <-> "/opt/app/qdlog.ini"
+inline std::string SwapSeparators(std::string path, char from, char to) {
     for (char& c : path)
-        if (c == '\\') c = '/';
+        if (c == from) c = to;
     return path;
+}
+inline std::string SystemPath(const std::string& path) {
+    return SwapSeparators(path, '\\', '/');
+}
+inline std::string LibraryPath(const std::string& path) {
+    return SwapSeparators(path, '/', '\\');
 }
 
 inline std::string Contents(const std::filesystem::path& path) {
