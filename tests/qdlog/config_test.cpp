@@ -184,11 +184,6 @@ TEST_F(Config, BadFilesCountAsFilesWithoutKeys) {
         EXPECT_EQ(0, QDLogCanConfig());
         ExpectLoggerWorks();
     }
-    // Of a file of 10 MB the keys in its first megabyte count.
-    ResetEngine();
-    WriteIni(keys + std::string(10 * 1024 * 1024, '\n'));
-    EXPECT_EQ(0x10000Eu, Pass());
-    EXPECT_EQ(20, QDLogGetFlushLines());
 }
 
 TEST_F(Config, AnUnreadableFileCountsAsAFileWithoutKeys) {

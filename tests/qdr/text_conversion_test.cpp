@@ -22,7 +22,11 @@ std::u16string ToUtf16(const std::string& s) {
 
 TEST(TextConversion, InvalidInputBecomesReplacementCharacters) {
     // Unpaired surrogates, high and low.
-    EXPECT_EQ("a\xEF\xBF\xBD" "b\xEF\xBF\xBD", ToUtf8(std::u16string(u"a\xD800" u"b\xDC00")));
+    EXPECT_EQ(
+        "a\xEF\xBF\xBD"
+        "b\xEF\xBF\xBD",
+        ToUtf8(std::u16string(u"a\xD800"
+                              u"b\xDC00")));
     // A stray continuation byte, a truncated sequence, an overlong slash, a surrogate.
     EXPECT_EQ(u"\xFFFDx", ToUtf16("\x80x"));
     EXPECT_EQ(u"\xFFFD", ToUtf16("\xE4\xB8"));

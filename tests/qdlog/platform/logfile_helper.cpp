@@ -13,7 +13,6 @@
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -21,13 +20,9 @@
 #include <cstdlib>
 #include <string>
 
-namespace {
+#include "child_process.h"
 
-long long NowMs() {
-    timeval tv;
-    gettimeofday(&tv, nullptr);
-    return static_cast<long long>(tv.tv_sec) * 1000 + tv.tv_usec / 1000;
-}
+namespace {
 
 std::atomic<int> g_callbackLines{0};
 
@@ -50,7 +45,7 @@ int Lines(char** argv) {
     const char* tag = argv[3];
     const int count = std::atoi(argv[4]);
     const long long start = std::atoll(argv[5]);
-    while (NowMs() < start) usleep(1000);
+    while (WallClockMs() < start) usleep(1000);
     StartLogging(argv[2]);
     QDLogSetFlushLines(std::atoi(argv[6]));
     for (int i = 0; i < count; ++i) {
@@ -92,11 +87,11 @@ int FileSizeLimit(char** argv) {
 // when a file was first seen open (0: never). With `untilOpen` it stops there.
 long long LogFor(int ms, bool untilOpen) {
     const std::string filler(1024, 'u');
-    const long long end = NowMs() + ms;
+    const long long end = WallClockMs() + ms;
     long long opened = 0;
-    while (NowMs() < end) {
+    while (WallClockMs() < end) {
         QDLogEvent(0, "%s", filler.c_str());
-        if (!opened && QDLogGetFileName()[0]) opened = NowMs();
+        if (!opened && QDLogGetFileName()[0]) opened = WallClockMs();
         if (opened && untilOpen) break;
         usleep(1000);
     }
@@ -124,7 +119,7 @@ int Unwritable(char** argv) {
     const bool closed = QDLogGetFileName()[0] == 0;
     const int linesWhileLocked = g_callbackLines.load();
     chmod(argv[2], 0755);
-    const long long usable = NowMs();
+    const long long usable = WallClockMs();
     const long long opened = LogFor(1500, true);
     std::printf("closed %d callbacks %d resumed-after-ms %lld\n", closed ? 1 : 0, linesWhileLocked,
                 opened ? opened - usable : -1);
