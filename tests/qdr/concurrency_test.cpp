@@ -1,5 +1,7 @@
-// Locks and lazy construction under real contention; these also run under
-// ThreadSanitizer.
+// The spin lock and lazy construction under real contention; these also run under
+// ThreadSanitizer. The engine's mutex is driven by its own concurrency tests (many
+// threads logging, and passes that call the setters under the held lock while
+// others log), its publication before the build ends by every first event.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -42,37 +44,6 @@ TEST(LazyGlobalConcurrency, RacingThreadsBuildTheObjectOnce) {
         EXPECT_EQ(seen[0], p);
         EXPECT_EQ(42, p->value);
     }
-    EXPECT_EQ(0, reports.Count());
-}
-
-TEST(LazyGlobalConcurrency, PublishedObjectIsReachableFromItsOwnBuilder) {
-    static LazyGlobal<int> lazy;
-    int* inner = nullptr;
-    int* outer = lazy.Get([&] {
-        static int object = 5;
-        lazy.Publish(&object);
-        // Asking for the object again while building takes the fast path.
-        inner = lazy.Get([] { return static_cast<int*>(nullptr); });
-        return &object;
-    });
-    EXPECT_EQ(outer, inner);
-}
-
-TEST(MutexConcurrency, ProtectsACounterAcrossThreads) {
-    ReportCapture reports;
-    Mutex m;
-    long counter = 0;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t)
-        threads.emplace_back([&] {
-            for (int i = 0; i < 20000; ++i) {
-                AutoLock outer(&m);
-                AutoLock inner(&m);  // recursion under contention
-                ++counter;
-            }
-        });
-    for (std::thread& t : threads) t.join();
-    EXPECT_EQ(80000, counter);
     EXPECT_EQ(0, reports.Count());
 }
 
