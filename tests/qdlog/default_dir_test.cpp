@@ -2,7 +2,6 @@
 // beside itself, and the qdlog.ini that QDLOG_INI names.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>

@@ -4,7 +4,6 @@
 
 #include <filesystem>
 
-#include <cstring>
 #include <fstream>
 #include <string>
 

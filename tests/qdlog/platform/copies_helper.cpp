@@ -5,7 +5,6 @@
 //   copies_helper LOGDIR LIBRARY...   each copy logs "copy N" into LOGDIR/N/
 #include <unistd.h>
 
-#include <cstdarg>
 #include <cstdio>
 #include <string>
 
