@@ -4,14 +4,13 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
 #include <regex>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "log_test_support.h"
+#include "scratch_dir.h"
 
 namespace {
 
@@ -84,15 +83,14 @@ TEST_F(EventRoadConcurrency, EightThreadsNeverMixLines) {
         path = log.logFile_.Name();
         log.logFile_.Close();  // flushes what the stream holds
     }
-    std::stringstream file;
-    file << std::ifstream(path, std::ios::binary).rdbuf();
+    const std::string file = Contents(path);
     QDLogToFile(0);
     QDLogSetDir(nullptr);
     fs::remove_all(dir);
 
     ExpectWholeEvents(recorder.Texts(), "callbacks");
     ExpectWholeEvents(TextsOf(screen, "\n"), "screen");
-    ExpectWholeEvents(TextsOf(file.str(), "\r\n"), "file");
+    ExpectWholeEvents(TextsOf(file, "\r\n"), "file");
 }
 
 }  // namespace

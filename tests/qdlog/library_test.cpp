@@ -1,10 +1,7 @@
 // libqdlog_9d.so as applications see it: exactly 36 dynamic symbols, events
 // through the exports and the header's level macros, and the build tag in the file.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <iterator>
 #include <map>
 #include <set>
@@ -12,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "child_process.h"
 #include "qdlog.h"
 #include "scratch_dir.h"
 
@@ -28,13 +26,10 @@ const char kExports[] =
     "QDLogRemoveCallback GetModuleTagInfo";
 
 TEST(SharedLibrary, ExportsExactlyTheThirtySixFunctions) {
-    const std::string listing = testing::TempDir() + "qdlog-nm-" + std::to_string(getpid());
-    const std::string command =
-        std::string(QDLOG_NM) + " -D --defined-only " + QDLOG_LIBRARY_FILE + " > " + listing;
-    ASSERT_EQ(0, std::system(command.c_str())) << command;
+    ChildProcess nm({QDLOG_NM, "-D", "--defined-only", QDLOG_LIBRARY_FILE});
+    std::istringstream lines(nm.ReadAll());
+    ASSERT_EQ(0, nm.Wait());
     std::map<std::string, std::string> addresses;  // "<address> T <name>" lines
-    std::istringstream lines(Contents(listing));
-    std::remove(listing.c_str());
     for (std::string address, kind, name; lines >> address >> kind >> name;)
         addresses[name] = address;
     std::set<std::string> names;
