@@ -4,23 +4,15 @@
 
 #include <unistd.h>
 
-#include <fstream>
 #include <string>
 
 #include "report_capture.h"
+#include "scratch_dir.h"
 #include "smlib.h"
 
 namespace {
 
 const std::string kPath = testing::TempDir() + "textfile-" + std::to_string(getpid());
-
-void Put(const std::string& bytes) {
-    std::ofstream(kPath, std::ios::binary) << bytes;
-}
-std::string Got() {
-    std::ifstream in(kPath, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-}
 
 // "a\r\n中 😀": U+4E2D is E4 B8 AD, U+1F600 the pair D83D DE00.
 const std::string kText = "a\r\n\xE4\xB8\xAD \xF0\x9F\x98\x80";
@@ -40,7 +32,7 @@ TEST(ReadWholeTextFile, RecognisesTheMarksAndHandsOverUtf8) {
     };
     // clang-format on
     for (const auto& c : cases) {
-        Put(c.bytes);
+        Write(kPath, c.bytes);
         int len = -7;
         TextFileType type = tft_utf_8;
         ASSERT_TRUE(ReadWholeTextFileEx(kPath.c_str(), nullptr, len, &type)) << c.bytes;
@@ -55,7 +47,7 @@ TEST(ReadWholeTextFile, RecognisesTheMarksAndHandsOverUtf8) {
 
 TEST(ReadWholeTextFile, RefusesOddUtf16AndMissingFiles) {
     ReportCapture reports;
-    Put(kMarks[1] + "a");
+    Write(kPath, kMarks[1] + "a");
     int len = 5;
     std::string text = "old";
     EXPECT_FALSE(ReadWholeTextFileEx(kPath.c_str(), nullptr, len));
@@ -68,10 +60,10 @@ TEST(ReadWholeTextFile, RefusesOddUtf16AndMissingFiles) {
 TEST(ReadWholeTextFile, WritesNothingPastTheRoomOfAFileThatGrew) {
     for (const std::string& mark : {kMarks[0], kMarks[1]}) {
         const std::string unit = mark.empty() ? "a" : std::string("a\0", 2);
-        Put(mark + unit + unit);
+        Write(kPath, mark + unit + unit);
         int len = 0;
         ASSERT_TRUE(ReadWholeTextFileEx(kPath.c_str(), nullptr, len));
-        Put(mark + unit + unit + unit);
+        Write(kPath, mark + unit + unit + unit);
         char buffer[5] = "****";
         EXPECT_FALSE(ReadWholeTextFileEx(kPath.c_str(), buffer, len));
         EXPECT_EQ(0, buffer[0]);
@@ -84,7 +76,7 @@ class WriteWholeTextFile : public testing::TestWithParam<TextFileType> {};
 TEST_P(WriteWholeTextFile, WritesTheMarkAndReadsBack) {
     const std::string bodies[] = {kText, kLe, kBe, kText};
     ASSERT_TRUE(WriteWholeTextFileEx(kPath.c_str(), GetParam(), kText.c_str()));
-    EXPECT_EQ(kMarks[GetParam()] + bodies[GetParam()], Got());
+    EXPECT_EQ(kMarks[GetParam()] + bodies[GetParam()], Contents(kPath));
     std::string text;
     EXPECT_TRUE(ReadTextFileToStr(kPath.c_str(), text));
     EXPECT_EQ(kText, text);
@@ -94,7 +86,7 @@ TEST_P(WriteWholeTextFile, WritesTheMarkAndReadsBack) {
     EXPECT_FALSE(WriteWholeTextFileEx(kPath.c_str(), 4, "x"));
     EXPECT_FALSE(WriteWholeTextFileEx(kPath.c_str(), GetParam(), nullptr));
     EXPECT_EQ(2, reports.Count("(false)"));
-    EXPECT_EQ(kMarks[GetParam()] + bodies[GetParam()], Got());
+    EXPECT_EQ(kMarks[GetParam()] + bodies[GetParam()], Contents(kPath));
 }
 
 INSTANTIATE_TEST_SUITE_P(Types, WriteWholeTextFile,
