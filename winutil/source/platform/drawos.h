@@ -76,6 +76,10 @@ bool BitmapSize(cairo_surface_t* bitmap, int* width, int* height);
 // there with the bitmap taken as opaque, -1 copies.
 bool PaintBitmap(cairo_t* dc, cairo_surface_t* bitmap, const QDRect& dst, const QDRect& src,
                  int alpha);
+// The pixels of an image bitmap for writing (0x00RRGGBB words) and the row stride
+// in bytes; MarkDirty after writing.
+uint32_t* BitmapPixels(cairo_surface_t* bitmap, int* stride);
+void MarkDirty(cairo_surface_t* bitmap);
 cairo_t* NewContext(cairo_surface_t* bitmap);
 void FreeContext(cairo_t* dc);
 

@@ -282,6 +282,16 @@ bool PaintBitmap(cairo_t* dc, cairo_surface_t* bitmap, const QDRect& dst, const 
     return cairo_status(dc) == CAIRO_STATUS_SUCCESS;
 }
 
+uint32_t* BitmapPixels(cairo_surface_t* bitmap, int* stride) {
+    cairo_surface_flush(bitmap);
+    *stride = cairo_image_surface_get_stride(bitmap);
+    return reinterpret_cast<uint32_t*>(cairo_image_surface_get_data(bitmap));
+}
+
+void MarkDirty(cairo_surface_t* bitmap) {
+    cairo_surface_mark_dirty(bitmap);
+}
+
 cairo_t* NewContext(cairo_surface_t* bitmap) {
     cairo_t* dc = cairo_create(bitmap);
     if (cairo_status(dc) == CAIRO_STATUS_SUCCESS) return dc;
