@@ -116,6 +116,8 @@ bool DrawDottedRect(QDDC dc, int x1, int y1, int x2, int y2, QDColor color, int 
 QDBitmap CreateBitmap(int width, int height);
 void DeleteBitmap(QDBitmap bitmap);
 QDPoint GetBitmapSize(QDBitmap bitmap);
+// Writes the bitmap as a PNG file.
+bool SaveBitmapPng(QDBitmap bitmap, const char* fileName);
 // -1 for `w` or `h`: the bitmap's own. Only SRCCOPY is drawn.
 bool DrawBitmap(QDDC dc, QDBitmap bitmap, int x, int y, int sx = 0, int sy = 0, int w = -1,
                 int h = -1, uint32_t rop = SRCCOPY);
@@ -184,6 +186,7 @@ public:
     AutoBitmap& operator=(const AutoBitmap&) = delete;
     void Restore();  // safe to call twice
     QDDC Dc() const { return dc_; }
+    QDBitmap Bitmap() const { return bmp_; }
 
 private:
     QDDC dc_;

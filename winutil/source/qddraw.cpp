@@ -573,6 +573,12 @@ QDPoint GetBitmapSize(QDBitmap bitmap) {
     return size;
 }
 
+bool SaveBitmapPng(QDBitmap bitmap, const char* fileName) {
+    QDPoint size;
+    QDR_CHECK_OR_RETURN(drawos::BitmapSize(bitmap, &size.x, &size.y) && fileName != nullptr, false);
+    return drawos::WritePng(bitmap, fileName);
+}
+
 bool DrawBitmap(QDDC dc, QDBitmap bitmap, int x, int y, int sx, int sy, int w, int h,
                 uint32_t rop) {
     QDPoint size;

@@ -80,6 +80,7 @@ bool PaintBitmap(cairo_t* dc, cairo_surface_t* bitmap, const QDRect& dst, const 
 // in bytes; MarkDirty after writing.
 uint32_t* BitmapPixels(cairo_surface_t* bitmap, int* stride);
 void MarkDirty(cairo_surface_t* bitmap);
+bool WritePng(cairo_surface_t* bitmap, const char* fileName);
 cairo_t* NewContext(cairo_surface_t* bitmap);
 void FreeContext(cairo_t* dc);
 

@@ -288,6 +288,10 @@ uint32_t* BitmapPixels(cairo_surface_t* bitmap, int* stride) {
     return reinterpret_cast<uint32_t*>(cairo_image_surface_get_data(bitmap));
 }
 
+bool WritePng(cairo_surface_t* bitmap, const char* fileName) {
+    return cairo_surface_write_to_png(bitmap, fileName) == CAIRO_STATUS_SUCCESS;
+}
+
 void MarkDirty(cairo_surface_t* bitmap) {
     cairo_surface_mark_dirty(bitmap);
 }
