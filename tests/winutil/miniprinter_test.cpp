@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -129,11 +130,47 @@ TEST_F(PrivateCups, NoPrinterNoCupsAndRefusedSetUpGiveZero) {
     } refusing;
     SetMiniPrinterDestination("mini");
     EXPECT_EQ(0, refusing.Print());
+    unsetenv("DISPLAY");
+    SetMiniPrinterDestination("mini", true);  // no display for a dialog: the named printer
+    EXPECT_EQ(1, PrintBitmap(bmp, 0, 0));
     const std::string server = getenv("CUPS_SERVER");
     setenv("CUPS_SERVER", (dir_->Text() + "/nothing.sock").c_str(), 1);  // CUPS not running
     EXPECT_EQ(0, PrintBitmap(bmp, 0, 0));
     setenv("CUPS_SERVER", server.c_str(), 1);
     DeleteBitmap(bmp);
+}
+
+TEST_F(PrivateCups, CancelledDialogStartsNoDocument) {
+    const std::string display = ":" + std::to_string(100 + getpid() % 400);
+    const pid_t xvfb = fork();
+    if (xvfb == 0) {
+        execlp("Xvfb", "Xvfb", display.c_str(), "-screen", "0", "800x600x24", "-nolisten", "tcp",
+               static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    const std::string socket = "/tmp/.X11-unix/X" + display.substr(1);
+    for (int i = 0; i < 100 && !fs::exists(socket); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    if (!fs::exists(socket)) {
+        kill(xvfb, SIGTERM);
+        GTEST_SKIP() << "Xvfb could not be started";
+    }
+    setenv("DISPLAY", display.c_str(), 1);
+    SetMiniPrinterDestination("mini", true);
+    fs::remove(dir_->Text() + "/out/page.pdf");  // a page of an earlier test in this process
+    std::atomic<bool> done{false};
+    std::thread presser([&] {  // Escape until the dialog has gone
+        while (!done) {
+            std::system("xdotool key Escape 2>/dev/null");
+            std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        }
+    });
+    CDib dib(8, 8, 24, -1, 0);
+    EXPECT_EQ(0, PrintDib(dib, 0, 0));
+    done = true;
+    presser.join();
+    kill(xvfb, SIGTERM);
+    EXPECT_FALSE(fs::exists(dir_->Text() + "/out/page.pdf"));
 }
 
 }  // namespace

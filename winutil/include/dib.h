@@ -104,7 +104,6 @@ private:
     SmartBuf<uintptr_t, 4096 / sizeof(uintptr_t)> block_;  // row table, then palette
     char* m_file = nullptr;
     QDBitmapInfoHeader m_DIBInfo{};
-    QDRgbQuad spare_{};
     QDRgbQuad* m_pal = nullptr;
     int m_palCount = 0;
     uint8_t* m_imageData = nullptr;

@@ -1,14 +1,17 @@
 // CMiniPrinter prints one page with as little code as possible: it finds a printer,
 // opens a document of one page, and lets a subclass set the page up and paint it.
-// The printer is CUPS's default destination, or one the application names; the
-// page is a PDF page whose device units are the printer's dots.
+// The printer is CUPS's default destination, one the application names, or the
+// user's choice in a print dialog; the page is a PDF page whose device units are
+// the printer's dots.
 #pragma once
 
 #include "dib.h"
 #include "qddraw.h"
 
-// The destination of later print jobs: null or "" for CUPS's default.
-void SetMiniPrinterDestination(const char* name);
+// The destination of later print jobs: null or "" for CUPS's default. With
+// `askUser`, a program that has a display shows GTK's print dialog instead, which
+// starts at the printers CUPS knows; without a display the destination stands.
+void SetMiniPrinterDestination(const char* name, bool askUser = false);
 
 class CMiniPrinter {
 public:

@@ -527,7 +527,7 @@ bool CDib::Save(const char* fileName) {
     info.biSizeImage = static_cast<uint32_t>(imageBytes);
     memcpy(block + kFileHeaderBytes, &info, sizeof(info));
     uint8_t* p = block + kHeadersBytes;
-    memcpy(p, m_pal, static_cast<size_t>(PaletteBytes()));
+    if (m_pal) memcpy(p, m_pal, static_cast<size_t>(PaletteBytes()));
     p += PaletteBytes();
     if (BitsPerPixel() == 16) {
         const uint32_t masks[3] = {is565 ? 0xF800u : 0x7C00u, is565 ? 0x7E0u : 0x3E0u, 0x1F};

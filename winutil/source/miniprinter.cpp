@@ -11,17 +11,26 @@
 namespace {
 
 char g_destination[256];
+bool g_askUser;
 
 }  // namespace
 
-void SetMiniPrinterDestination(const char* name) {
+void SetMiniPrinterDestination(const char* name, bool askUser) {
     snprintf(g_destination, sizeof(g_destination), "%s", name ? name : "");
+    g_askUser = askUser;
 }
 
 int CMiniPrinter::Print() {
-    // The printer dialog's part: no destination is a cancel.
+    // The printer dialog's part: a cancelled dialog, or no destination, gives 0.
+    char chosen[256];
+    const char* name = g_destination;
+    if (g_askUser) {
+        const int answer = printos::ChoosePrinter(chosen, sizeof(chosen));
+        if (answer == 0) return 0;
+        if (answer > 0) name = chosen;
+    }
     printos::Destination dest;
-    if (!printos::FindDestination(g_destination, &dest)) return 0;
+    if (!printos::FindDestination(name, &dest)) return 0;
     char file[512];
     QDDC dc = printos::OpenPage(dest, file, sizeof(file));
     QDR_CHECK_OR_RETURN(dc != nullptr, 0);

@@ -122,54 +122,53 @@ int Utf8Length(unsigned char lead) {
 
 // ---- device context state ------------------------------------------------------
 
-QDColor GetTextColor(QDDC dc) {
+namespace {
+
+// A field of the context's state: read, or replaced and its old value returned.
+template <class T>
+T ReadState(QDDC dc, T drawos::DcState::*field, T failure) {
     drawos::DcState* s = drawos::State(dc);
-    QDR_CHECK_OR_RETURN(s != nullptr, kClrInvalid);
-    return s->textColor;
+    QDR_CHECK_OR_RETURN(s != nullptr, failure);
+    return s->*field;
+}
+
+template <class T>
+T ReplaceState(QDDC dc, T drawos::DcState::*field, T value, T failure) {
+    drawos::DcState* s = drawos::State(dc);
+    QDR_CHECK_OR_RETURN(s != nullptr, failure);
+    const T old = s->*field;
+    s->*field = value;
+    return old;
+}
+
+}  // namespace
+
+QDColor GetTextColor(QDDC dc) {
+    return ReadState(dc, &drawos::DcState::textColor, kClrInvalid);
 }
 
 QDColor SetTextColor(QDDC dc, QDColor color) {
-    drawos::DcState* s = drawos::State(dc);
-    QDR_CHECK_OR_RETURN(s != nullptr, kClrInvalid);
-    const QDColor old = s->textColor;
-    s->textColor = color;
-    return old;
+    return ReplaceState(dc, &drawos::DcState::textColor, color, kClrInvalid);
 }
 
 QDColor GetBkColor(QDDC dc) {
-    drawos::DcState* s = drawos::State(dc);
-    QDR_CHECK_OR_RETURN(s != nullptr, kClrInvalid);
-    return s->bkColor;
+    return ReadState(dc, &drawos::DcState::bkColor, kClrInvalid);
 }
 
 QDColor SetBkColor(QDDC dc, QDColor color) {
-    drawos::DcState* s = drawos::State(dc);
-    QDR_CHECK_OR_RETURN(s != nullptr, kClrInvalid);
-    const QDColor old = s->bkColor;
-    s->bkColor = color;
-    return old;
+    return ReplaceState(dc, &drawos::DcState::bkColor, color, kClrInvalid);
 }
 
 QDFont SelectFont(QDDC dc, QDFont font) {
-    drawos::DcState* s = drawos::State(dc);
-    QDR_CHECK_OR_RETURN(s != nullptr, nullptr);
-    const QDFont old = s->font;
-    s->font = font;
-    return old;
+    return ReplaceState<QDFont>(dc, &drawos::DcState::font, font, nullptr);
 }
 
 QDPen SelectPen(QDDC dc, QDPen pen) {
-    drawos::DcState* s = drawos::State(dc);
-    QDR_CHECK_OR_RETURN(s != nullptr, nullptr);
-    const QDPen old = s->pen;
-    s->pen = pen;
-    return old;
+    return ReplaceState<QDPen>(dc, &drawos::DcState::pen, pen, nullptr);
 }
 
 int GetDeviceDpi(QDDC dc) {
-    drawos::DcState* s = drawos::State(dc);
-    QDR_CHECK_OR_RETURN(s != nullptr, 0);
-    return s->dpi;
+    return ReadState(dc, &drawos::DcState::dpi, 0);
 }
 
 // ---- colour, regions, devices ----------------------------------------------------------

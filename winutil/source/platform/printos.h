@@ -12,6 +12,9 @@ struct Destination {
     double heightPt;
 };
 
+// GTK's print dialog: 1 with the chosen printer's name, 0 when cancelled, -1 when
+// there is no display to show it on.
+int ChoosePrinter(char* name, int capacity);
 // The named destination, or the default one for null or ""; false when CUPS knows
 // none or cannot be reached.
 bool FindDestination(const char* name, Destination* out);

@@ -133,8 +133,8 @@ void* ToBlock(Image* image) {
 void* Load(int type, const char* name) {
     Image* image = Read(type, name);
     if (!image) return nullptr;
-    void* block = ToBlock(image);
-    DestroyImage(image);
+    void* block = ToBlock(image);  // the first frame
+    DestroyImageList(image);
     return block;
 }
 
@@ -149,7 +149,7 @@ int Info(int type, const char* name, int* width, int* height, int* bits) {
         if (width) *width = static_cast<int>(image->columns);
         if (height) *height = static_cast<int>(image->rows);
         if (bits) *bits = image->storage_class == PseudoClass ? 8 : image->matte ? 32 : 24;
-        DestroyImage(image);
+        DestroyImageList(image);
     }
     DestroyExceptionInfo(&ex);
     DestroyImageInfo(info);
