@@ -2,8 +2,6 @@
 // file; the page is looked at with pdfinfo and pdftoppm.
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
@@ -13,6 +11,7 @@
 
 #include "miniprinter.h"
 #include "scratch_dir.h"
+#include "xvfb_display.h"
 
 namespace {
 
@@ -50,12 +49,8 @@ protected:
         }
         Write(d + "/cups-files.conf", "ServerRoot " + d + "\nServerBin " + d + "/bin\nErrorLog " +
                                           d + "/error_log\nFileDevice Yes\n" + files);
-        pid_ = fork();
-        if (pid_ == 0) {
-            execl("/usr/sbin/cupsd", "cupsd", "-f", "-c", (d + "/cupsd.conf").c_str(), "-s",
-                  (d + "/cups-files.conf").c_str(), static_cast<char*>(nullptr));
-            _exit(127);
-        }
+        cupsd_ = new ChildProcess(
+            {"/usr/sbin/cupsd", "-f", "-c", d + "/cupsd.conf", "-s", d + "/cups-files.conf"});
         setenv("CUPS_SERVER", (d + "/cups.sock").c_str(), 1);
         for (int i = 0; i < 100 && !fs::exists(d + "/cups.sock"); ++i)
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
@@ -66,7 +61,7 @@ protected:
                 0;
     }
     static void TearDownTestSuite() {
-        if (pid_ > 0) kill(pid_, SIGTERM);
+        delete cupsd_;
         delete dir_;
     }
     void SetUp() override {
@@ -85,11 +80,11 @@ protected:
         return page;
     }
     static ScratchDir* dir_;
-    static pid_t pid_;
+    static ChildProcess* cupsd_;
     static bool running_;
 };
 ScratchDir* PrivateCups::dir_;
-pid_t PrivateCups::pid_;
+ChildProcess* PrivateCups::cupsd_;
 bool PrivateCups::running_;
 
 TEST_F(PrivateCups, ADibOf96PixelsPrintsOneInchAt600Dpi) {
@@ -141,21 +136,8 @@ TEST_F(PrivateCups, NoPrinterNoCupsAndRefusedSetUpGiveZero) {
 }
 
 TEST_F(PrivateCups, CancelledDialogStartsNoDocument) {
-    const std::string display = ":" + std::to_string(100 + getpid() % 400);
-    const pid_t xvfb = fork();
-    if (xvfb == 0) {
-        execlp("Xvfb", "Xvfb", display.c_str(), "-screen", "0", "800x600x24", "-nolisten", "tcp",
-               static_cast<char*>(nullptr));
-        _exit(127);
-    }
-    const std::string socket = "/tmp/.X11-unix/X" + display.substr(1);
-    for (int i = 0; i < 100 && !fs::exists(socket); ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    if (!fs::exists(socket)) {
-        kill(xvfb, SIGTERM);
-        GTEST_SKIP() << "Xvfb could not be started";
-    }
-    setenv("DISPLAY", display.c_str(), 1);
+    XvfbDisplay display;
+    if (!display.Running()) GTEST_SKIP() << "Xvfb could not be started";
     SetMiniPrinterDestination("mini", true);
     fs::remove(dir_->Text() + "/out/page.pdf");  // a page of an earlier test in this process
     std::atomic<bool> done{false};
@@ -169,7 +151,6 @@ TEST_F(PrivateCups, CancelledDialogStartsNoDocument) {
     EXPECT_EQ(0, PrintDib(dib, 0, 0));
     done = true;
     presser.join();
-    kill(xvfb, SIGTERM);
     EXPECT_FALSE(fs::exists(dir_->Text() + "/out/page.pdf"));
 }
 

@@ -7,6 +7,7 @@
 
 #include "qddraw.h"
 #include "report_capture.h"
+#include "xvfb_display.h"
 
 namespace {
 
@@ -192,12 +193,31 @@ TEST(DrawBitmaps, CopyTileBlendAndNoScreen) {
     EXPECT_NEAR(127, static_cast<int>(half >> 8 & 0xFF), 1);
     DeleteBitmap(src);
 
-    const char* display = getenv("DISPLAY");
-    const std::string saved = display ? display : "";
     unsetenv("DISPLAY");
     EXPECT_EQ(nullptr, CaptureScreen(nullptr));
     EXPECT_FALSE(GetDisplayMetrics(nullptr, nullptr, nullptr));
-    if (display) setenv("DISPLAY", saved.c_str(), 1);
+}
+
+TEST(DrawScreen, CaptureAndMetricsOfAPrivateDisplay) {
+    XvfbDisplay display;
+    if (!display.Running()) GTEST_SKIP() << "Xvfb could not be started";
+    QDPoint size{0, 0}, letter{0, 0};
+    int bits = 0;
+    ASSERT_TRUE(GetDisplayMetrics(&size, &letter, &bits));
+    EXPECT_EQ((QDPoint{800, 600}), size);
+    EXPECT_EQ(32, bits);
+    EXPECT_GT(letter.y, letter.x);
+    const QDRect area{-10, 590, 30, 700};  // held to the screen: 30 x 10
+    QDBitmap shot = CaptureScreen(&area);
+    ASSERT_NE(nullptr, shot);
+    EXPECT_EQ((QDPoint{30, 10}), GetBitmapSize(shot));
+    EXPECT_EQ(shot, CaptureScreen(&area, shot));
+    QDBitmap small = CreateBitmap(5, 5);
+    EXPECT_EQ(nullptr, CaptureScreen(&area, small));  // not the area's size
+    const QDRect empty{5, 5, 5, 9};
+    EXPECT_EQ(nullptr, CaptureScreen(&empty));
+    DeleteBitmap(small);
+    DeleteBitmap(shot);
 }
 
 }  // namespace
