@@ -1,5 +1,6 @@
 // Drawing: the text layout and colour tags rendered into bitmaps and compared with
 // renderings placed by hand, shapes and bitmaps pixel by pixel.
+#include <cairo.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -167,6 +168,22 @@ TEST(DrawShapes, ColoursGuardsAndRegions) {
     EXPECT_EQ(0u, GetTextColor(c.dc));
     EXPECT_FALSE(IsValidDC(nullptr));
     EXPECT_EQ(2, reports.Count());
+
+    const cairo_rectangle_int_t big{0, 0, 10, 10}, small{2, 2, 3, 3}, clip{1, 1, 2, 2};
+    QDRegion outer = cairo_region_create_rectangle(&big),
+             inner = cairo_region_create_rectangle(&small);
+    EXPECT_TRUE(IsRegionInside(inner, outer));
+    EXPECT_FALSE(IsRegionInside(outer, inner));
+    EXPECT_TRUE(IsRegionBorderPoint(outer, {0, 5}, 1));
+    EXPECT_FALSE(IsRegionBorderPoint(outer, {5, 5}, 1));
+    EXPECT_TRUE(IsRegionBorderPoint(outer, {5, 5}, 5));
+    EXPECT_FALSE(IsRegionBorderPoint(outer, {10, 5}, 1));  // not in it
+    cairo_rectangle(c.dc, 1, 1, 2, 2);                     // a clip within the 4 x 4 canvas
+    cairo_clip(c.dc);
+    ASSERT_TRUE(GetVisibleRegion(c.dc, outer));
+    QDRegion want = cairo_region_create_rectangle(&clip);
+    EXPECT_TRUE(cairo_region_equal(want, outer));
+    for (QDRegion r : {outer, inner, want}) cairo_region_destroy(r);
 }
 
 TEST(DrawBitmaps, CopyTileBlendAndNoScreen) {
