@@ -24,6 +24,7 @@ public:
     void Kill();
     // Waits for the end: the exit status, or 128 + the number of the signal.
     int Wait();
+    int Pid() const { return pid_; }
 
 private:
     int pid_;

@@ -1,0 +1,177 @@
+#include "x_session.h"
+
+#include <X11/Xatom.h>
+#include <X11/Xlib.h>
+#include <X11/Xutil.h>
+#include <cairo.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <thread>
+
+#include "child_process.h"
+
+namespace {
+
+// Xvfb and openbox outlive this program by a moment: the watchdog ends them once the
+// program's pid is gone.
+const char kServerScript[] =
+    "parent=$1; f=$(mktemp)\n"
+    "Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp 3>\"$f\" >/dev/null 2>&1 &\n"
+    "x=$!\n"
+    "while [ ! -s \"$f\" ] && kill -0 $x 2>/dev/null; do sleep 0.05; done\n"
+    "d=$(cat \"$f\"); rm -f \"$f\"\n"
+    "[ -n \"$d\" ] || { echo none; exit 1; }\n"
+    "DISPLAY=:$d openbox --sm-disable >/dev/null 2>&1 &\n"
+    "o=$!\n"
+    "echo $d\n"
+    "exec >/dev/null\n"
+    "while kill -0 $parent 2>/dev/null; do sleep 0.2; done\n"
+    "kill $o $x\n";
+
+bool WindowManagerReady(void*) {
+    Display* d = XOpenDisplay(nullptr);
+    if (!d) return false;
+    Atom type;
+    int format;
+    unsigned long count = 0, after;
+    unsigned char* data = nullptr;
+    XGetWindowProperty(d, DefaultRootWindow(d), XInternAtom(d, "_NET_WORKAREA", False), 0, 4, False,
+                       XA_CARDINAL, &type, &format, &count, &after, &data);
+    if (data) XFree(data);
+    XCloseDisplay(d);
+    return count == 4;
+}
+
+}  // namespace
+
+bool StartPrivateX(std::string* reason) {
+    static int state = 0;  // 1 running, -1 failed
+    static std::string failure;
+    if (state == 0) {
+        state = -1;
+        auto* server = new ChildProcess(  // never deleted: see the watchdog above
+            {"/bin/sh", "-c", kServerScript, "sh", std::to_string(getpid())});
+        std::string line;
+        if (!server->ReadLine(&line) || line.empty() || line == "none") {
+            failure = "Xvfb could not start";
+        } else {
+            setenv("DISPLAY", (":" + line).c_str(), 1);
+            if (WaitUntil(WindowManagerReady, nullptr))
+                state = 1;
+            else
+                failure = "openbox did not set _NET_WORKAREA";
+        }
+    }
+    *reason = failure;
+    return state == 1;
+}
+
+bool WaitUntil(bool (*done)(void*), void* context) {
+    for (int i = 0; i < 200; ++i) {
+        if (done(context)) return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    return done(context);
+}
+
+bool SaveScreenshot(HWND window, const std::string& name) {
+    Display* d = XOpenDisplay(nullptr);
+    if (!d) return false;
+    XWindowAttributes a;
+    const Window w = window ? window : DefaultRootWindow(d);
+    bool saved = false;
+    if (XGetWindowAttributes(d, w, &a)) {
+        XImage* image = XGetImage(d, w, 0, 0, a.width, a.height, AllPlanes, ZPixmap);
+        if (image) {
+            cairo_surface_t* s = cairo_image_surface_create(CAIRO_FORMAT_RGB24, a.width, a.height);
+            unsigned char* rows = cairo_image_surface_get_data(s);
+            const int stride = cairo_image_surface_get_stride(s);
+            for (int y = 0; y < a.height; ++y)
+                for (int x = 0; x < a.width; ++x)
+                    *reinterpret_cast<uint32_t*>(rows + y * stride + x * 4) =
+                        static_cast<uint32_t>(XGetPixel(image, x, y));
+            cairo_surface_mark_dirty(s);
+            std::filesystem::create_directories(SCREENSHOT_DIR);
+            saved = cairo_surface_write_to_png(
+                        s, (std::string(SCREENSHOT_DIR) + "/" + name + ".png").c_str()) ==
+                    CAIRO_STATUS_SUCCESS;
+            cairo_surface_destroy(s);
+            XDestroyImage(image);
+        }
+    }
+    XCloseDisplay(d);
+    return saved;
+}
+
+bool Xdotool(const std::vector<std::string>& args) {
+    std::vector<std::string> argv{"/usr/bin/xdotool"};
+    argv.insert(argv.end(), args.begin(), args.end());
+    ChildProcess tool(argv);
+    return tool.Wait() == 0;
+}
+
+HWND WaitForWindow(const char* title) {
+    struct Wanted {
+        const char* title;
+        HWND found;
+    } wanted{title, 0};
+    WaitUntil(
+        [](void* p) {
+            Wanted* w = static_cast<Wanted*>(p);
+            w->found = FindWindowEx2(0, w->title, nullptr, 0, -1, true, -2);
+            return w->found != 0 && (GetWindowStyle(w->found) & WS_VISIBLE) != 0;
+        },
+        &wanted);
+    return wanted.found;
+}
+
+TestWindows::TestWindows() : display_(XOpenDisplay(nullptr)) {}
+
+TestWindows::~TestWindows() {
+    if (display_) XCloseDisplay(static_cast<Display*>(display_));
+}
+
+HWND TestWindows::Make(const char* title, const char* className, HWND parent, HWND owner, RECT rect,
+                       bool unmanaged, unsigned long pid) {
+    Display* d = static_cast<Display*>(display_);
+    XSetWindowAttributes attributes;
+    attributes.override_redirect = unmanaged;
+    attributes.background_pixel = WhitePixel(d, DefaultScreen(d));
+    const Window w =
+        XCreateWindow(d, parent ? parent : DefaultRootWindow(d), rect.left, rect.top,
+                      static_cast<unsigned>(rect.right - rect.left),
+                      static_cast<unsigned>(rect.bottom - rect.top), 0, CopyFromParent, InputOutput,
+                      CopyFromParent, CWOverrideRedirect | CWBackPixel, &attributes);
+    XStoreName(d, w, title);
+    XClassHint hint{const_cast<char*>("test"), const_cast<char*>(className)};
+    XSetClassHint(d, w, &hint);
+    if (!parent || pid) {
+        const unsigned long value = pid ? pid : static_cast<unsigned long>(getpid());
+        XChangeProperty(d, w, XInternAtom(d, "_NET_WM_PID", False), XA_CARDINAL, 32,
+                        PropModeReplace, reinterpret_cast<const unsigned char*>(&value), 1);
+    }
+    if (owner) XSetTransientForHint(d, w, owner);
+    XSizeHints size{};
+    size.flags = PPosition | USPosition;
+    size.x = rect.left;
+    size.y = rect.top;
+    XSetWMNormalHints(d, w, &size);
+    XMapWindow(d, w);
+    XSync(d, False);
+    if (!parent && !unmanaged) WaitForWindow(title);
+    return w;
+}
+
+void TestWindows::Destroy(HWND window) {
+    XDestroyWindow(static_cast<Display*>(display_), window);
+    XSync(static_cast<Display*>(display_), False);
+}
+
+void TestWindows::Iconify(HWND window) {
+    Display* d = static_cast<Display*>(display_);
+    XIconifyWindow(d, window, DefaultScreen(d));
+    XSync(d, False);
+}
