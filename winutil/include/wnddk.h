@@ -109,7 +109,8 @@ struct BoxLayout {
     };
     std::vector<Button> buttons;  // 75 by 21
     int focusIndex;
-    int wrap;  // characters per measured line
+    int wrap;           // characters per measured line
+    std::string lines;  // the lines measured, each ended by LF but the last
 };
 // The layout arithmetic. `measure` gives the width and height of one line in the
 // box's font; `reference` is the owner's rectangle, `screen` the screen's.

@@ -80,12 +80,15 @@ BoxLayout LayoutMessageBox(uint32_t flags, const char* text, int defaultIndex, i
     layout.wrap = std::max(sampleWidth > 0 ? rowWidth / sampleWidth * 2 : 0, 100);
 
     int textWidth = 0, textHeight = 0;
-    const char* p = text ? text : "";
+    const char* const start = text ? text : "";
+    const char* p = start;
     for (;;) {
         const int bytes = LineBytes(p, layout.wrap);
         int w = 0, h = 0;
         measure(context, bytes ? std::string(p, static_cast<size_t>(bytes)) : std::string("A"), &w,
                 &h);
+        if (!layout.lines.empty() || p != start) layout.lines.push_back('\n');
+        layout.lines.append(p, static_cast<size_t>(bytes));
         textWidth = std::max(textWidth, w);
         textHeight += h;
         p += bytes;

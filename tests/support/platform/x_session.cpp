@@ -29,7 +29,7 @@ const char kServerScript[] =
     "echo $d\n"
     "exec >/dev/null\n"
     "while kill -0 $parent 2>/dev/null; do sleep 0.2; done\n"
-    "kill $o $x\n";
+    "kill $o $x 2>/dev/null\n";
 
 bool WindowManagerReady(void*) {
     Display* d = XOpenDisplay(nullptr);
@@ -59,7 +59,7 @@ bool StartPrivateX(std::string* reason) {
             failure = "Xvfb could not start";
         } else {
             setenv("DISPLAY", (":" + line).c_str(), 1);
-            if (WaitUntil(WindowManagerReady, nullptr))
+            if (WaitUntil(WindowManagerReady, nullptr, 60))
                 state = 1;
             else
                 failure = "openbox did not set _NET_WORKAREA";
@@ -69,8 +69,8 @@ bool StartPrivateX(std::string* reason) {
     return state == 1;
 }
 
-bool WaitUntil(bool (*done)(void*), void* context) {
-    for (int i = 0; i < 200; ++i) {
+bool WaitUntil(bool (*done)(void*), void* context, int seconds) {
+    for (int i = 0; i < seconds * 20; ++i) {
         if (done(context)) return true;
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
     }
@@ -168,6 +168,19 @@ HWND TestWindows::Make(const char* title, const char* className, HWND parent, HW
 void TestWindows::Destroy(HWND window) {
     XDestroyWindow(static_cast<Display*>(display_), window);
     XSync(static_cast<Display*>(display_), False);
+}
+
+void TestWindows::Close(HWND window) {
+    Display* d = static_cast<Display*>(display_);
+    XEvent e{};
+    e.xclient.type = ClientMessage;
+    e.xclient.window = window;
+    e.xclient.message_type = XInternAtom(d, "WM_PROTOCOLS", False);
+    e.xclient.format = 32;
+    e.xclient.data.l[0] = static_cast<long>(XInternAtom(d, "WM_DELETE_WINDOW", False));
+    e.xclient.data.l[1] = CurrentTime;
+    XSendEvent(d, window, False, NoEventMask, &e);
+    XSync(d, False);
 }
 
 void TestWindows::Iconify(HWND window) {

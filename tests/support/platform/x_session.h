@@ -24,8 +24,8 @@ bool SaveScreenshot(HWND window, const std::string& name);
 bool Xdotool(const std::vector<std::string>& args);
 // Waits until a viewable window of that title (a pattern) exists; 0 after 10 s.
 HWND WaitForWindow(const char* title);
-// Waits until `done` holds, at most 10 s; its last answer.
-bool WaitUntil(bool (*done)(void*), void* context);
+// Waits until `done` holds, at most `seconds`; its last answer.
+bool WaitUntil(bool (*done)(void*), void* context, int seconds = 10);
 
 // Windows of this process made with Xlib on a connection of their own.
 class TestWindows {
@@ -38,6 +38,8 @@ public:
               bool unmanaged = false, unsigned long pid = 0);
     void Destroy(HWND window);
     void Iconify(HWND window);
+    // What the close box of the frame does: WM_DELETE_WINDOW.
+    void Close(HWND window);
 
 private:
     void* display_;

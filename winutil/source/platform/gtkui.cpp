@@ -70,7 +70,8 @@ void SetOwner(GtkWidget* widget, HWND parent) {
 PangoAttrList* FontAttributes(const std::string& family) {
     PangoFontDescription* font = pango_font_description_new();
     pango_font_description_set_family(font, family.c_str());
-    pango_font_description_set_absolute_size(font, 16 * PANGO_SCALE);
+    // A character cell 16 pixels high holds a 12-pixel em.
+    pango_font_description_set_absolute_size(font, 12 * PANGO_SCALE);
     PangoAttrList* list = pango_attr_list_new();
     pango_attr_list_insert(list, pango_attr_font_desc_new(font));
     pango_font_description_free(font);
@@ -169,10 +170,6 @@ int RunBoxWindow(const BoxWindow& spec) {
     gtk_label_set_attributes(GTK_LABEL(label), attributes);
     gtk_label_set_xalign(GTK_LABEL(label), 0);
     gtk_label_set_yalign(GTK_LABEL(label), 0);
-    gtk_label_set_line_wrap(GTK_LABEL(label), TRUE);
-    gtk_label_set_line_wrap_mode(GTK_LABEL(label), PANGO_WRAP_CHAR);
-    gtk_widget_set_size_request(label, spec.label.right - spec.label.left, -1);
-    // The text beyond the measured lines stays in the label, cut off unseen.
     GtkWidget* clip = gtk_scrolled_window_new(nullptr, nullptr);
     gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(clip), GTK_POLICY_EXTERNAL,
                                    GTK_POLICY_EXTERNAL);
@@ -180,17 +177,25 @@ int RunBoxWindow(const BoxWindow& spec) {
                                 spec.label.bottom - spec.label.top);
     gtk_container_add(GTK_CONTAINER(clip), label);
     gtk_fixed_put(GTK_FIXED(fixed), clip, spec.label.left, spec.label.top);
+    // The theme's padding would make the buttons larger than the layout's 75 by 21.
+    GtkCssProvider* css = gtk_css_provider_new();
+    gtk_css_provider_load_from_data(css, "button { padding: 0 2px; min-height: 0; min-width: 0; }",
+                                    -1, nullptr);
     std::vector<GtkWidget*> buttons;
     for (const BoxButton& b : spec.buttons) {
         GtkWidget* button = gtk_button_new_with_label(b.label.c_str());
         gtk_label_set_attributes(GTK_LABEL(gtk_bin_get_child(GTK_BIN(button))), attributes);
         gtk_widget_set_size_request(button, 75, 21);
+        gtk_style_context_add_provider(gtk_widget_get_style_context(button),
+                                       GTK_STYLE_PROVIDER(css),
+                                       GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
         g_object_set_data(G_OBJECT(button), "qd-id", GINT_TO_POINTER(b.id));
         g_signal_connect(button, "clicked", G_CALLBACK(OnBoxButton), &run);
         gtk_fixed_put(GTK_FIXED(fixed), button, b.x, b.y);
         buttons.push_back(button);
     }
     pango_attr_list_unref(attributes);
+    g_object_unref(css);
     g_signal_connect(window, "key-press-event", G_CALLBACK(OnBoxKey), &run);
     g_signal_connect(window, "delete-event", G_CALLBACK(OnBoxDelete), &run);
     gtk_widget_show_all(window);

@@ -19,7 +19,7 @@ bool RunOnGuiThread(const std::function<void()>& job);
 
 // The rest run on the GUI thread (inside a job).
 
-// The size of one line of `text` in the font `family`, 16 pixels high.
+// The size of one line of `text` in the font `family` (a 16-pixel cell).
 void MeasureText(const char* family, const std::string& text, int* width, int* height);
 
 struct BoxButton {
