@@ -24,6 +24,7 @@ std::thread Answer(std::string title, std::vector<std::string> keys, std::string
     return std::thread([=] {
         const HWND box = WaitForWindow(title.c_str());
         ASSERT_NE(0u, box) << title;
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));  // drawn, for the picture
         if (!shot.empty()) {
             EXPECT_TRUE(SaveScreenshot(box, shot));
         }

@@ -15,20 +15,31 @@
 
 namespace {
 
-// Xvfb and openbox outlive this program by a moment: the watchdog ends them once the
-// program's pid is gone.
+// Xvfb on a display number of its own, away from the low numbers that other
+// programs assume. Xvfb and openbox outlive this program by a moment: the watchdog ends them once
+// the program's pid is gone. An openbox that quits early (it sometimes does on a busy machine) is
+// started again.
 const char kServerScript[] =
-    "parent=$1; f=$(mktemp)\n"
-    "Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp 3>\"$f\" >/dev/null 2>&1 &\n"
-    "x=$!\n"
-    "while [ ! -s \"$f\" ] && kill -0 $x 2>/dev/null; do sleep 0.05; done\n"
-    "d=$(cat \"$f\"); rm -f \"$f\"\n"
-    "[ -n \"$d\" ] || { echo none; exit 1; }\n"
-    "DISPLAY=:$d openbox --sm-disable >/dev/null 2>&1 &\n"
-    "o=$!\n"
-    "echo $d\n"
+    "parent=$1; n=$((200 + parent % 700)); x=none\n"
+    "while [ $n -lt 1000 ]; do\n"
+    "  if [ ! -e /tmp/.X$n-lock ] && [ ! -e /tmp/.X11-unix/X$n ]; then\n"
+    "    Xvfb :$n -screen 0 1024x768x24 -nolisten tcp >/dev/null 2>&1 & x=$!\n"
+    "    i=0\n"
+    "    while [ ! -e /tmp/.X11-unix/X$n ] && kill -0 $x 2>/dev/null && [ $i -lt 200 ]; do\n"
+    "      sleep 0.05; i=$((i+1))\n"
+    "    done\n"
+    "    kill -0 $x 2>/dev/null && [ -e /tmp/.X11-unix/X$n ] && break\n"
+    "  fi\n"
+    "  n=$((n+1))\n"
+    "done\n"
+    "kill -0 $x 2>/dev/null || { echo none; exit 1; }\n"
+    "echo $n\n"
     "exec >/dev/null\n"
-    "while kill -0 $parent 2>/dev/null; do sleep 0.2; done\n"
+    "o=none\n"
+    "while kill -0 $parent 2>/dev/null; do\n"
+    "  kill -0 $o 2>/dev/null || { DISPLAY=:$n openbox --sm-disable >/dev/null 2>&1 & o=$!; }\n"
+    "  sleep 0.2\n"
+    "done\n"
     "kill $o $x 2>/dev/null\n";
 
 bool WindowManagerReady(void*) {
@@ -59,6 +70,9 @@ bool StartPrivateX(std::string* reason) {
             failure = "Xvfb could not start";
         } else {
             setenv("DISPLAY", (":" + line).c_str(), 1);
+            // No session bus here: GTK's settings stay in memory, without accessibility.
+            setenv("GSETTINGS_BACKEND", "memory", 1);
+            setenv("NO_AT_BRIDGE", "1", 1);
             if (WaitUntil(WindowManagerReady, nullptr, 60))
                 state = 1;
             else

@@ -257,8 +257,9 @@ int RunMessageDialog(HWND owner, const std::string& text, const std::string& cap
                               captions[id - 1].empty() ? kNames[id - 1] : captions[id - 1].c_str(),
                               id);
     const size_t defaultButton = (style >> 8) & 0xF;
-    gtk_dialog_set_default_response(GTK_DIALOG(dialog),
-                                    ids[defaultButton < ids.size() ? defaultButton : 0]);
+    const int defaultId = ids[defaultButton < ids.size() ? defaultButton : 0];
+    gtk_dialog_set_default_response(GTK_DIALOG(dialog), defaultId);
+    gtk_widget_grab_focus(gtk_dialog_get_widget_for_response(GTK_DIALOG(dialog), defaultId));
     SetOwner(dialog, owner);
     DialogRun run{place};
     g_signal_connect(dialog, "map-event", G_CALLBACK(PlaceDialog), &run);
@@ -302,12 +303,11 @@ bool RunFileChooser(const Chooser& spec, std::vector<std::string>* paths, int* f
     if (spec.filterIndex >= 1 && spec.filterIndex <= static_cast<int>(filters.size()))
         gtk_file_chooser_set_filter(chooser, filters[spec.filterIndex - 1]);
     if (!spec.startDir.empty()) gtk_file_chooser_set_current_folder(chooser, spec.startDir.c_str());
-    if (!spec.name.empty()) {
-        if (spec.kind == kChooseSave)
-            gtk_file_chooser_set_current_name(chooser, spec.name.c_str());
-        else if (spec.name.find('/') != std::string::npos)
-            gtk_file_chooser_select_filename(chooser, spec.name.c_str());
-    }
+    // A save dialog always gets a name, an empty one too, so that its entry has the focus.
+    if (spec.kind == kChooseSave)
+        gtk_file_chooser_set_current_name(chooser, spec.name.c_str());
+    else if (spec.name.find('/') != std::string::npos)
+        gtk_file_chooser_select_filename(chooser, spec.name.c_str());
     SetOwner(dialog, spec.parent);
     const bool accepted = gtk_dialog_run(GTK_DIALOG(dialog)) == GTK_RESPONSE_ACCEPT;
     paths->clear();
