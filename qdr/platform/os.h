@@ -130,6 +130,11 @@ void* ModuleSymbol(uintptr_t base, const char* name);
 // The handle of a loaded object named by its path or file name (case ignored); 0
 // when none is loaded.
 uintptr_t LoadedModuleBase(const char* name);
+// LoadLibrary: opens a shared object by path or by name on the loader's search path
+// and returns its module handle, 0 on failure. `*reference` receives what
+// UnloadModule takes to drop this load again.
+uintptr_t LoadModule(const char* name, void** reference);
+void UnloadModule(void* reference);
 // Calls `each` with the path of every file that process `pid` (0: this one) maps
 // executable, once per file, in address order. False when the list cannot be read.
 bool EachMappedModule(uint32_t pid, void (*each)(void* param, const char* path), void* param);

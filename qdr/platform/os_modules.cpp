@@ -73,6 +73,39 @@ uintptr_t LoadedModuleBase(const char* name) {
     return query.base;
 }
 
+uintptr_t LoadModule(const char* name, void** reference) {
+    *reference = nullptr;
+    void* handle = dlopen(name, RTLD_NOW | RTLD_LOCAL);
+    if (!handle) return 0;
+    // The handle names the object by its load bias; the module handle is its header.
+    link_map* map = nullptr;
+    struct BiasQuery {
+        ElfW(Addr) bias;
+        uintptr_t base;
+    } query{0, 0};
+    if (dlinfo(handle, RTLD_DI_LINKMAP, &map) == 0 && map) {
+        query.bias = map->l_addr;
+        dl_iterate_phdr(
+            [](dl_phdr_info* info, size_t, void* param) {
+                auto* q = static_cast<BiasQuery*>(param);
+                if (info->dlpi_addr != q->bias) return 0;
+                q->base = LoadBase(info);
+                return 1;
+            },
+            &query);
+    }
+    if (!query.base) {
+        dlclose(handle);
+        return 0;
+    }
+    *reference = handle;
+    return query.base;
+}
+
+void UnloadModule(void* reference) {
+    if (reference) dlclose(reference);
+}
+
 bool EachMappedModule(uint32_t pid, void (*each)(void* param, const char* path), void* param) {
     char mapsPath[32];
     if (pid == 0)
