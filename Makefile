@@ -14,7 +14,8 @@ JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 PACKAGES := build-essential cmake pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
             zlib1g-dev libssl-dev clang clang-format python3 tzdata binutils libdw-dev \
-            libunwind-dev file dpkg-dev rsyslog
+            libunwind-dev file dpkg-dev rsyslog libgtk-3-dev libx11-dev libxrandr-dev \
+            libcairo2-dev xvfb openbox xdotool x11-utils fonts-wqy-zenhei
 
 # `make demo` builds the library and the demo only, with these.
 DEMO_PACKAGES := build-essential cmake zlib1g-dev libdw-dev libunwind-dev

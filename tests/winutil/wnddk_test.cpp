@@ -124,6 +124,14 @@ TEST(WindowSearch, CriteriaRecursionAndProcesses) {
     EXPECT_TRUE(IsPointOnWindow(child, POINT{10, 10}, false, &hit));
     EXPECT_FALSE(IsPointOnWindow(top, POINT{10, 10}, false, &hit));
     EXPECT_EQ(child, hit);
+    RECT inChild;  // from the child down through its parent, each window once
+    GetWindowRect(child, &inChild);
+    std::vector<HWND> crossed;
+    EXPECT_LE(
+        2, FindWindowsOnLine(inChild.left + 1, inChild.top + 1, inChild.left + 1, 5000, crossed));
+    EXPECT_EQ((std::vector<HWND>{child, top}),
+              std::vector<HWND>(crossed.begin(), crossed.begin() + 2));
+    EXPECT_EQ(0, FindWindowsOnLine(-5, -5, -1, -100, crossed));
     EXPECT_TRUE(SetWindowAlpha(top, 128));
     EXPECT_TRUE(SetWindowAlpha(top, 300));
     EXPECT_TRUE(InvalidateRectangle(top, RECT{0, 0, 100, 100}, true, 3));

@@ -9,14 +9,12 @@
 #include <string>
 #include <vector>
 
+#include "qdgeometry.h"
+
 using HWND = unsigned long;  // an X window id; 0 is none
 
-struct RECT {
-    int left, top, right, bottom;
-};
-struct POINT {
-    int x, y;
-};
+using RECT = QDRect;
+using POINT = QDPoint;
 
 // The style bits a window reports (GetWindowStyle).
 constexpr uint32_t WS_POPUP = 0x80000000u;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "linealgor.h"
 #include "platform/gtkui.h"
 #include "qddraw_monitor.h"
 #include "platform/xwin.h"
@@ -211,6 +212,21 @@ bool ResendMouseMove(HWND wnd, bool /*post*/) {
     int cx = 0, cy = 0;
     x.ClientToScreen(hit, &cx, &cy);
     return x.SendMotion(hit, px - cx, py - cy);
+}
+
+int FindWindowsOnLine(int x1, int y1, int x2, int y2, std::vector<HWND>& outWindows) {
+    xwin::Session x;
+    int width = 0, height = 0;
+    if (!x || !x.ScreenSize(&width, &height)) return 0;
+    if (!ClipLineToRect(x1, y1, x2, y2, RECT{0, 0, width, height})) return 0;
+    std::vector<POINT> points(static_cast<size_t>(LinePoints(x1, y1, x2, y2, nullptr)));
+    LinePoints(x1, y1, x2, y2, points.data());
+    for (const POINT& p : points) {
+        const HWND w = x.WindowFromPoint(p.x, p.y);
+        if (w && std::find(outWindows.begin(), outWindows.end(), w) == outWindows.end())
+            outWindows.push_back(w);
+    }
+    return static_cast<int>(outWindows.size());
 }
 
 bool RelayToolTip(HWND, HWND, uint32_t, uintptr_t, intptr_t) {
