@@ -16,6 +16,8 @@ public:
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
+    // Whether the program could be started (the benchmarks' children ask).
+    bool Started() const { return pid_ > 0; }
     // The next line of the child's output, without its LF; false at the end.
     bool ReadLine(std::string* line);
     // Everything the child writes until it ends.
