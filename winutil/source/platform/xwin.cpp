@@ -184,7 +184,7 @@ uint32_t Session::Style(HWND w) {
     return style;
 }
 
-bool Session::WindowRect(HWND w, RECT* out) {
+bool Session::ClientRect(HWND w, RECT* out) {
     XWindowAttributes a;
     Window child;
     int x, y;
@@ -192,6 +192,11 @@ bool Session::WindowRect(HWND w, RECT* out) {
         !XTranslateCoordinates(D(display_), w, Root(), 0, 0, &x, &y, &child))
         return false;
     *out = RECT{x, y, x + a.width, y + a.height};
+    return true;
+}
+
+bool Session::WindowRect(HWND w, RECT* out) {
+    if (!ClientRect(w, out)) return false;
     std::vector<unsigned long> frame;  // left, right, top, bottom
     if (Property(w, "_NET_FRAME_EXTENTS", XA_CARDINAL, 32, &frame, nullptr) && frame.size() == 4) {
         out->left -= static_cast<int>(frame[0]);
@@ -273,14 +278,7 @@ HWND Session::WindowFromPoint(int x, int y) {
             const HWND client = ClientOf(child, 0);
             if (client && client != child) {
                 RECT r;
-                Window none;
-                XWindowAttributes a;
-                int lx, ly;
-                if (!XGetWindowAttributes(D(display_), client, &a) ||
-                    !XTranslateCoordinates(D(display_), client, Root(), 0, 0, &lx, &ly, &none))
-                    return client;
-                r = RECT{lx, ly, lx + a.width, ly + a.height};
-                if (x < r.left || x >= r.right || y < r.top || y >= r.bottom) return client;
+                if (!ClientRect(client, &r) || !PtInRect(r, POINT{x, y})) return client;
                 next = client;
             }
         }

@@ -46,6 +46,7 @@ public:
     uint32_t Style(HWND w);
     // In root coordinates, with the frame (_NET_FRAME_EXTENTS) of a managed window.
     bool WindowRect(HWND w, RECT* out);
+    bool ClientRect(HWND w, RECT* out);  // in root coordinates, without the frame
     bool ClientSize(HWND w, int* width, int* height);
     // Moves the window so that its outer frame's top left corner is at (x, y).
     bool Move(HWND w, int x, int y);
