@@ -3,7 +3,7 @@
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
-#include <cairo.h>
+#include <cairo-xlib.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -93,30 +93,17 @@ bool WaitUntil(bool (*done)(void*), void* context, int seconds) {
 
 bool SaveScreenshot(HWND window, const std::string& name) {
     Display* d = XOpenDisplay(nullptr);
-    if (!d) return false;
     XWindowAttributes a;
     const Window w = window ? window : DefaultRootWindow(d);
     bool saved = false;
-    if (XGetWindowAttributes(d, w, &a)) {
-        XImage* image = XGetImage(d, w, 0, 0, a.width, a.height, AllPlanes, ZPixmap);
-        if (image) {
-            cairo_surface_t* s = cairo_image_surface_create(CAIRO_FORMAT_RGB24, a.width, a.height);
-            unsigned char* rows = cairo_image_surface_get_data(s);
-            const int stride = cairo_image_surface_get_stride(s);
-            for (int y = 0; y < a.height; ++y)
-                for (int x = 0; x < a.width; ++x)
-                    *reinterpret_cast<uint32_t*>(rows + y * stride + x * 4) =
-                        static_cast<uint32_t>(XGetPixel(image, x, y));
-            cairo_surface_mark_dirty(s);
-            std::filesystem::create_directories(SCREENSHOT_DIR);
-            saved = cairo_surface_write_to_png(
-                        s, (std::string(SCREENSHOT_DIR) + "/" + name + ".png").c_str()) ==
-                    CAIRO_STATUS_SUCCESS;
-            cairo_surface_destroy(s);
-            XDestroyImage(image);
-        }
+    if (d && XGetWindowAttributes(d, w, &a)) {
+        cairo_surface_t* s = cairo_xlib_surface_create(d, w, a.visual, a.width, a.height);
+        std::filesystem::create_directories(SCREENSHOT_DIR);
+        const std::string path = std::string(SCREENSHOT_DIR) + "/" + name + ".png";
+        saved = cairo_surface_write_to_png(s, path.c_str()) == CAIRO_STATUS_SUCCESS;
+        cairo_surface_destroy(s);
     }
-    XCloseDisplay(d);
+    if (d) XCloseDisplay(d);
     return saved;
 }
 
