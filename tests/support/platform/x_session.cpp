@@ -108,10 +108,15 @@ bool SaveScreenshot(HWND window, const std::string& name) {
 }
 
 bool Xdotool(const std::vector<std::string>& args) {
-    std::vector<std::string> argv{"/usr/bin/xdotool"};
+    // "windowactivate --sync" waits for the window manager without limit; on a busy
+    // machine the activation is sometimes lost, and asked for again.
+    std::vector<std::string> argv{"/usr/bin/timeout", "10", "/usr/bin/xdotool"};
     argv.insert(argv.end(), args.begin(), args.end());
-    ChildProcess tool(argv);
-    return tool.Wait() == 0;
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        ChildProcess tool(argv);
+        if (tool.Wait() == 0) return true;
+    }
+    return false;
 }
 
 HWND WaitForWindow(const char* title) {

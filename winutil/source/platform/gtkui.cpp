@@ -199,8 +199,14 @@ int RunBoxWindow(const BoxWindow& spec) {
     g_signal_connect(window, "key-press-event", G_CALLBACK(OnBoxKey), &run);
     g_signal_connect(window, "delete-event", G_CALLBACK(OnBoxDelete), &run);
     gtk_widget_show_all(window);
-    if (spec.focusIndex >= 0 && spec.focusIndex < static_cast<int>(buttons.size()))
-        gtk_widget_grab_focus(buttons[spec.focusIndex]);
+    if (spec.focusIndex >= 0 && spec.focusIndex < static_cast<int>(buttons.size())) {
+        // Focused and the window's default: Enter answers with it even before the
+        // window manager has given the box the focus.
+        GtkWidget* focus = buttons[spec.focusIndex];
+        gtk_widget_set_can_default(focus, TRUE);
+        gtk_window_set_default(GTK_WINDOW(window), focus);
+        gtk_window_set_focus(GTK_WINDOW(window), focus);
+    }
     gdk_display_beep(gdk_display_get_default());
     g_main_loop_run(run.loop);
     gtk_widget_destroy(window);
