@@ -13,11 +13,11 @@
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 PACKAGES := build-essential cmake pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
-            libcairo2-dev libpango1.0-dev libx11-dev libgtk-3-dev xvfb xdotool fonts-dejavu-core fontconfig \
-            libgraphicsmagick1-dev graphicsmagick libcups2-dev cups-daemon cups-client \
-            poppler-utils \
-            zlib1g-dev libssl-dev clang clang-format python3 tzdata binutils libdw-dev \
-            libunwind-dev file dpkg-dev rsyslog
+            libcairo2-dev libpango1.0-dev libx11-dev libgtk-3-dev xvfb xdotool \
+            fonts-dejavu-core fontconfig libgraphicsmagick1-dev graphicsmagick \
+            libcups2-dev cups-daemon cups-client poppler-utils zlib1g-dev libssl-dev \
+            clang clang-format python3 tzdata binutils libdw-dev libunwind-dev file \
+            dpkg-dev rsyslog libxrandr-dev openbox x11-utils fonts-wqy-zenhei
 
 # `make demo` builds the library and the demo only, with these.
 DEMO_PACKAGES := build-essential cmake zlib1g-dev libdw-dev libunwind-dev

@@ -26,6 +26,7 @@ public:
     void Kill();
     // Waits for the end: the exit status, or 128 + the number of the signal.
     int Wait();
+    int Pid() const { return pid_; }
 
 private:
     int pid_;

@@ -1,0 +1,196 @@
+#include "x_session.h"
+
+#include <X11/Xatom.h>
+#include <X11/Xlib.h>
+#include <X11/Xutil.h>
+#include <cairo-xlib.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <thread>
+
+#include "child_process.h"
+
+namespace {
+
+// Xvfb on a display number of its own, away from the low numbers that other
+// programs assume. Xvfb and openbox outlive this program by a moment: the watchdog ends them once
+// the program's pid is gone. An openbox that quits early (it sometimes does on a busy machine) is
+// started again.
+const char kServerScript[] =
+    "parent=$1; n=$((200 + parent % 700)); x=none\n"
+    "while [ $n -lt 1000 ]; do\n"
+    "  if [ ! -e /tmp/.X$n-lock ] && [ ! -e /tmp/.X11-unix/X$n ]; then\n"
+    "    Xvfb :$n -screen 0 1024x768x24 -nolisten tcp >/dev/null 2>&1 & x=$!\n"
+    "    i=0\n"
+    "    while [ ! -e /tmp/.X11-unix/X$n ] && kill -0 $x 2>/dev/null && [ $i -lt 200 ]; do\n"
+    "      sleep 0.05; i=$((i+1))\n"
+    "    done\n"
+    "    kill -0 $x 2>/dev/null && [ -e /tmp/.X11-unix/X$n ] && break\n"
+    "  fi\n"
+    "  n=$((n+1))\n"
+    "done\n"
+    "kill -0 $x 2>/dev/null || { echo none; exit 1; }\n"
+    "echo $n\n"
+    "exec >/dev/null\n"
+    "o=none\n"
+    "while kill -0 $parent 2>/dev/null; do\n"
+    "  kill -0 $o 2>/dev/null || { DISPLAY=:$n openbox --sm-disable >/dev/null 2>&1 & o=$!; }\n"
+    "  sleep 0.2\n"
+    "done\n"
+    "kill $o $x 2>/dev/null\n";
+
+bool WindowManagerReady(void*) {
+    Display* d = XOpenDisplay(nullptr);
+    if (!d) return false;
+    Atom type;
+    int format;
+    unsigned long count = 0, after;
+    unsigned char* data = nullptr;
+    XGetWindowProperty(d, DefaultRootWindow(d), XInternAtom(d, "_NET_WORKAREA", False), 0, 4, False,
+                       XA_CARDINAL, &type, &format, &count, &after, &data);
+    if (data) XFree(data);
+    XCloseDisplay(d);
+    return count == 4;
+}
+
+}  // namespace
+
+bool StartPrivateX(std::string* reason) {
+    static int state = 0;  // 1 running, -1 failed
+    static std::string failure;
+    if (state == 0) {
+        state = -1;
+        auto* server = new ChildProcess(  // never deleted: see the watchdog above
+            {"/bin/sh", "-c", kServerScript, "sh", std::to_string(getpid())});
+        std::string line;
+        if (!server->ReadLine(&line) || line.empty() || line == "none") {
+            failure = "Xvfb could not start";
+        } else {
+            setenv("DISPLAY", (":" + line).c_str(), 1);
+            // No session bus here: GTK's settings stay in memory, without accessibility.
+            setenv("GSETTINGS_BACKEND", "memory", 1);
+            setenv("NO_AT_BRIDGE", "1", 1);
+            if (WaitUntil(WindowManagerReady, nullptr, 60))
+                state = 1;
+            else
+                failure = "openbox did not set _NET_WORKAREA";
+        }
+    }
+    *reason = failure;
+    return state == 1;
+}
+
+bool WaitUntil(bool (*done)(void*), void* context, int seconds) {
+    for (int i = 0; i < seconds * 20; ++i) {
+        if (done(context)) return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    return done(context);
+}
+
+bool SaveScreenshot(HWND window, const std::string& name) {
+    Display* d = XOpenDisplay(nullptr);
+    XWindowAttributes a;
+    const Window w = window ? window : DefaultRootWindow(d);
+    bool saved = false;
+    if (d && XGetWindowAttributes(d, w, &a)) {
+        cairo_surface_t* s = cairo_xlib_surface_create(d, w, a.visual, a.width, a.height);
+        std::filesystem::create_directories(SCREENSHOT_DIR);
+        const std::string path = std::string(SCREENSHOT_DIR) + "/" + name + ".png";
+        saved = cairo_surface_write_to_png(s, path.c_str()) == CAIRO_STATUS_SUCCESS;
+        cairo_surface_destroy(s);
+    }
+    if (d) XCloseDisplay(d);
+    return saved;
+}
+
+bool Xdotool(const std::vector<std::string>& args) {
+    // "windowactivate --sync" waits for the window manager without limit; on a busy
+    // machine the activation is sometimes lost, and asked for again.
+    std::vector<std::string> argv{"/usr/bin/timeout", "10", "/usr/bin/xdotool"};
+    argv.insert(argv.end(), args.begin(), args.end());
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        ChildProcess tool(argv);
+        if (tool.Wait() == 0) return true;
+    }
+    return false;
+}
+
+HWND WaitForWindow(const char* title) {
+    struct Wanted {
+        const char* title;
+        HWND found;
+    } wanted{title, 0};
+    WaitUntil(
+        [](void* p) {
+            Wanted* w = static_cast<Wanted*>(p);
+            w->found = FindWindowEx2(0, w->title, nullptr, 0, -1, true, -2);
+            return w->found != 0 && (GetWindowStyle(w->found) & WS_VISIBLE) != 0;
+        },
+        &wanted);
+    return wanted.found;
+}
+
+TestWindows::TestWindows() : display_(XOpenDisplay(nullptr)) {}
+
+TestWindows::~TestWindows() {
+    if (display_) XCloseDisplay(static_cast<Display*>(display_));
+}
+
+HWND TestWindows::Make(const char* title, const char* className, HWND parent, HWND owner, RECT rect,
+                       bool unmanaged, unsigned long pid) {
+    Display* d = static_cast<Display*>(display_);
+    XSetWindowAttributes attributes;
+    attributes.override_redirect = unmanaged;
+    attributes.background_pixel = WhitePixel(d, DefaultScreen(d));
+    const Window w =
+        XCreateWindow(d, parent ? parent : DefaultRootWindow(d), rect.left, rect.top,
+                      static_cast<unsigned>(rect.right - rect.left),
+                      static_cast<unsigned>(rect.bottom - rect.top), 0, CopyFromParent, InputOutput,
+                      CopyFromParent, CWOverrideRedirect | CWBackPixel, &attributes);
+    XStoreName(d, w, title);
+    XClassHint hint{const_cast<char*>("test"), const_cast<char*>(className)};
+    XSetClassHint(d, w, &hint);
+    if (!parent || pid) {
+        const unsigned long value = pid ? pid : static_cast<unsigned long>(getpid());
+        XChangeProperty(d, w, XInternAtom(d, "_NET_WM_PID", False), XA_CARDINAL, 32,
+                        PropModeReplace, reinterpret_cast<const unsigned char*>(&value), 1);
+    }
+    if (owner) XSetTransientForHint(d, w, owner);
+    XSizeHints size{};
+    size.flags = PPosition | USPosition;
+    size.x = rect.left;
+    size.y = rect.top;
+    XSetWMNormalHints(d, w, &size);
+    XMapWindow(d, w);
+    XSync(d, False);
+    if (!parent && !unmanaged) WaitForWindow(title);
+    return w;
+}
+
+void TestWindows::Destroy(HWND window) {
+    XDestroyWindow(static_cast<Display*>(display_), window);
+    XSync(static_cast<Display*>(display_), False);
+}
+
+void TestWindows::Close(HWND window) {
+    Display* d = static_cast<Display*>(display_);
+    XEvent e{};
+    e.xclient.type = ClientMessage;
+    e.xclient.window = window;
+    e.xclient.message_type = XInternAtom(d, "WM_PROTOCOLS", False);
+    e.xclient.format = 32;
+    e.xclient.data.l[0] = static_cast<long>(XInternAtom(d, "WM_DELETE_WINDOW", False));
+    e.xclient.data.l[1] = CurrentTime;
+    XSendEvent(d, window, False, NoEventMask, &e);
+    XSync(d, False);
+}
+
+void TestWindows::Iconify(HWND window) {
+    Display* d = static_cast<Display*>(display_);
+    XIconifyWindow(d, window, DefaultScreen(d));
+    XSync(d, False);
+}
