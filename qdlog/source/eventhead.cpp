@@ -30,8 +30,10 @@ int BuildEventHead(const char (&time)[kSystemTimeTextSize], int timeLen,
     char* p = out;
     memcpy(p, time, sizeof(time));
     p += timeLen;
-    memcpy(p, cycles, sizeof(cycles));
-    p += cyclesLen;
+    if (cyclesLen > 0) {
+        memcpy(p, cycles, sizeof(cycles));
+        p += cyclesLen;
+    }
     *p++ = '|';
     memcpy(p, title, sizeof(title));
     const void* titleEnd = memchr(title, 0, sizeof(title));

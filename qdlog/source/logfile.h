@@ -92,5 +92,6 @@ void CheckLogFile(LogContext& log, MSEL now);
 
 // Flushes the stream once flushLines_ lines have gathered; takes lock_.
 void FlushLogFile(LogContext& log);
-// The same for a caller that holds lock_: the event road.
+// The same for a caller that holds lock_ (the event road), which is not checked
+// again here: the road has just checked it.
 void FlushLogFileHeld(LogContext& log);
