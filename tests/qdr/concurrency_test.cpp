@@ -67,12 +67,15 @@ TEST(MutexConcurrency, ProtectsACounterAcrossThreads) {
         threads.emplace_back([&] {
             for (int i = 0; i < 20000; ++i) {
                 AutoLock outer(&m);
-                AutoLock inner(&m);  // recursion under contention
-                ++counter;
+                {
+                    AutoLock inner(&m);  // recursion under contention
+                    ++counter;
+                }
+                ++counter;  // giving up the inner level keeps the lock
             }
         });
     for (std::thread& t : threads) t.join();
-    EXPECT_EQ(80000, counter);
+    EXPECT_EQ(160000, counter);
     EXPECT_EQ(0, reports.Count());
 }
 
