@@ -57,7 +57,7 @@ public:
     // Whether `path` names the open file: the deletion rules never take it.
     bool IsOpenAt(const char* path) const;
 
-    int64_t bytesWritten_ = 0;
+    alignas(64) int64_t bytesWritten_ = 0;
     int32_t linesToFlush_ = 0;
 
 private:
@@ -66,11 +66,13 @@ private:
     // A line longer than the buffer, on its own.
     void WriteLong(const char* head, int headLen, const char* text, int textLen, bool lineEnd);
 
-    char buffer_[kBufferBytes];
+    // The counters of the buffer first, on the cache line of linesToFlush_: an
+    // event writes that line and the buffer's, and no other of the file.
     size_t pending_ = 0;
     // A line that could be neither written whole nor taken back ends the file: the
     // next write starts on a fresh line.
     bool tornTail_ = false;
+    char buffer_[kBufferBytes];
     char shownName_[kLogPathChars] = "";
 };
 
