@@ -34,16 +34,21 @@ int BuildEventHead(const char (&time)[kSystemTimeTextSize], int timeLen,
         memcpy(p, cycles, sizeof(cycles));
         p += cyclesLen;
     }
+    p = PutEventTitle(title, separator, p);
+    *p = 0;
+    return static_cast<int>(p - out);
+}
+
+char* PutEventTitle(const char (&title)[kTitleChars], uint32_t separator, char* p) {
     *p++ = '|';
     memcpy(p, title, sizeof(title));
     const void* titleEnd = memchr(title, 0, sizeof(title));
     p += titleEnd ? static_cast<const char*>(titleEnd) - title : sizeof(title);
     *p++ = static_cast<char>(separator);
-    *p = 0;
-    return static_cast<int>(p - out);
+    return p;
 }
 
-int HeadClock::Format(MSEL now, bool withMilli, char (&out)[kSystemTimeTextSize]) {
+int HeadClock::Format(MSEL now, bool withMilli, char* out) {
     constexpr int kSecondChars = 19;  // "2016-11-18 12:12:00": every valid time
     if (!IsValidMSEL(now) || now / 1000 != second_) {
         // An invalid time is reported here, at every event, as it always was.

@@ -24,8 +24,9 @@ constexpr int kTitleChars = 32;
 // sees the new zone from the next second on. The caller holds lock_.
 class HeadClock {
 public:
-    // The column for `now` into `out`; returns its length.
-    int Format(MSEL now, bool withMilli, char (&out)[kSystemTimeTextSize]);
+    // The column for `now` into `out`, which has room for kSystemTimeTextSize
+    // characters (the file's buffer, for the common event); returns its length.
+    int Format(MSEL now, bool withMilli, char* out);
 
 private:
     MSEL second_ = -1;  // the second whose text is kept, -1 for none
@@ -41,6 +42,10 @@ int FormatCpuTicks(int64_t difference, char (&out)[kCpuTicksChars]);
 
 // "%s%s|%s%c" of time, cycles (none when cyclesLen is 0), title and separator;
 // time and cycles come with their lengths. Returns its length.
+// "|%s%c" of title and separator at `out`, which has room for kTitleChars + 2;
+// returns the end of what it wrote.
+char* PutEventTitle(const char (&title)[kTitleChars], uint32_t separator, char* out);
+
 int BuildEventHead(const char (&time)[kSystemTimeTextSize], int timeLen,
                    const char (&cycles)[kCpuTicksChars], int cyclesLen,
                    const char (&title)[kTitleChars], uint32_t separator,

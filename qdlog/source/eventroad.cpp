@@ -5,6 +5,7 @@
 #include <climits>
 #include <cstdio>
 #include <cstring>
+#include <type_traits>
 
 #include "eventhead.h"
 #include "logfilelist.h"
@@ -140,6 +141,41 @@ __attribute__((noinline)) void LogLongEvent(LogContext& log, int type, const CHA
     if (IsFormatted(ret, fmtLen)) PrintEvent(log, type, heap.Get());
 }
 
+// Whether an event goes to the log file alone, with no other output to feed: no
+// screen, no debugger, no callbacks, no cycle column, a head (not raw text) and a
+// time that breaks down without a report. Such an event takes PrintToFileAlone.
+bool IsForFileAlone(const LogContext& log, int type, MSEL now) {
+    return type != kRawEventType && !log.toScreen_ && !log.toDebuger_ && !log.printCpuCycle_ &&
+           log.callbackMap_.empty() && IsValidMSEL(now);
+}
+
+// The event's first line built where it stays, in the file's buffer: the time
+// text, the title, the text and CR LF, with no head built aside and copied. The
+// head is copied out only for the lines after the first, and a line that finds no
+// room takes the file's own WriteLine (which flushes first or writes it alone).
+void PrintToFileAlone(LogContext& log, int type, const char* text, MSEL now) {
+    constexpr size_t kHeadRoom = kSystemTimeTextSize + kTitleChars + 2;
+    LogFile& file = log.logFile_;
+    const char* end = LineEnd(text);
+    const size_t lineLen = static_cast<size_t>(end - text);
+    char head[kEventHeadChars];
+    char* const at = file.Room(kHeadRoom + lineLen + 2);
+    char* const out = at ? at : head;
+    const int timeLen = log.headClock_.Format(now, log.printMSEL_ != 0, out);
+    const char* const headEnd =
+        PutEventTitle(log.titles_[type], log.titleSeparator_, out + timeLen);
+    const int headLen = static_cast<int>(headEnd - out);
+    if (at) {
+        memcpy(at + headLen, text, lineLen);
+        memcpy(at + headLen + lineLen, "\r\n", 2);
+        file.CommitLine(static_cast<size_t>(headLen) + lineLen + 2);
+        if (*end == 0 || end[1] == 0) return;
+        memcpy(head, at, static_cast<size_t>(headLen));
+        text = end + 1;
+    }
+    EmitLines(log, type, head, headLen, text);
+}
+
 }  // namespace
 
 template <class CHAR>
@@ -190,6 +226,21 @@ void PrintEventAt(LogContext& log, int type, const CHAR* text, const EventMoment
     QDR_CHECK_OR_RETURN(0<=type && type<32);
 
     CleanLogFiles(log, moment.now, moment.tick);
+
+    // The common event writes the file alone. Its head is built after the file's
+    // check instead of before: with a valid time and no cycle column, building it
+    // reports nothing and reads nothing the check changes, so the bytes and the
+    // reports are the same.
+    if constexpr (std::is_same<CHAR, char>::value) {
+        if (IsForFileAlone(log, type, moment.now)) {
+            if (log.lastEventMSEL_ / 1000 != moment.now / 1000) CheckLogFile(log, moment.now);
+            log.lastEventMSEL_ = moment.now;
+            if (!log.toFile_ || !log.logFile_.IsOpen()) return;
+            PrintToFileAlone(log, type, text, moment.now);
+            FlushLogFileHeld(log);
+            return;
+        }
+    }
 
     // A time that cannot be broken down leaves all fields 0; the event still goes.
     char time[kSystemTimeTextSize];

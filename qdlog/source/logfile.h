@@ -48,6 +48,17 @@ public:
     // alone. Only lines with a head count towards linesToFlush_. A line that finds
     // the buffer full and the system refusing it is dropped.
     void WriteLine(bool withHead, const char* head, int headLen, const char* text, int textLen);
+    // The common event builds its first line in place: `bytes` of room at the end
+    // of the buffer, or null when they are lacking or a torn line must be ended
+    // first (WriteLine then takes the line). CommitLine adds a line with a head
+    // that was built there.
+    char* Room(size_t bytes) {
+        return !tornTail_ && pending_ + bytes <= sizeof(buffer_) ? buffer_ + pending_ : nullptr;
+    }
+    void CommitLine(size_t bytes) {
+        pending_ += bytes;
+        ++linesToFlush_;
+    }
     // Hands the buffered lines to the system, and linesToFlush_ back to 0.
     void Flush();
     // Whether the file has left its path: the path (or a directory above it) is gone
