@@ -48,27 +48,14 @@ char* PutEventTitle(const char (&title)[kTitleChars], uint32_t separator, char* 
     return p;
 }
 
-int HeadClock::Format(MSEL now, bool withMilli, char* out) {
-    constexpr int kSecondChars = 19;  // "2016-11-18 12:12:00": every valid time
-    if (!IsValidMSEL(now) || now / 1000 != second_) {
-        // An invalid time is reported here, at every event, as it always was.
-        const SYSTEMTIME st = GetSystemTimeOfMSEL(now, true);
-        FormatSystemTime(secondText_, st, false, '-', ':', '.');
-        second_ = IsValidMSEL(now) && strlen(secondText_) == kSecondChars ? now / 1000 : -1;
-        if (second_ < 0) {
-            FormatSystemTime(out, st, withMilli, '-', ':', '.');
-            return static_cast<int>(strlen(out));
-        }
+int HeadClock::FormatNewSecond(MSEL now, bool withMilli, char* out) {
+    // An invalid time is reported here, at every event, as it always was.
+    const SYSTEMTIME st = GetSystemTimeOfMSEL(now, true);
+    FormatSystemTime(secondText_, st, false, '-', ':', '.');
+    second_ = IsValidMSEL(now) && strlen(secondText_) == kSecondChars ? now / 1000 : -1;
+    if (second_ < 0) {
+        FormatSystemTime(out, st, withMilli, '-', ':', '.');
+        return static_cast<int>(strlen(out));
     }
-    memcpy(out, secondText_, kSecondChars);
-    int length = kSecondChars;
-    if (withMilli) {
-        const int milli = static_cast<int>(now % 1000);
-        out[length++] = '.';
-        out[length++] = static_cast<char>('0' + milli / 100);
-        out[length++] = static_cast<char>('0' + milli / 10 % 10);
-        out[length++] = static_cast<char>('0' + milli % 10);
-    }
-    out[length] = 0;
-    return length;
+    return CopySecond(now, withMilli, out);
 }
