@@ -2,8 +2,9 @@
 //
 // Two magic words around the bookkeeping catch a record that was never initialised
 // or was overrun by a neighbour; a destroyed record is filled with 0xCD so that any
-// later use fails the same test. The lock proper is Linux's recursive pthread mutex;
-// lockedCount always moves together with its recursion count.
+// later use fails the same test. The lock proper is a plain (adaptive) pthread mutex,
+// taken at the first level only: the owner's further levels are lockedCount alone, so
+// a level costs one test of the owner instead of a second trip into pthreads.
 #pragma once
 
 #include <cstdint>
@@ -56,31 +57,43 @@ inline void OSMutexSetOwner(OSMutex* mutex, OSThreadID id) {
 }
 
 // A record that fails the magic test is reported and then left alone: going on
-// would hand garbage to the pthread mutex.
+// would hand garbage to the pthread mutex. The thread id is read once per call; the
+// checks read it again only when they fail.
 inline void OSMutexLock(OSMutex* mutex) {
-    QDR_CHECK_MSG(OSMutexIsValid(mutex), "%s", "Invalid mutex object!!!");
-    if (!OSMutexIsValid(mutex)) return;
-    os::CriticalSectionEnter(&mutex->cs);
-    QDR_CHECK(mutex->lockedCount >= 0);
-    ++mutex->lockedCount;
-    if (mutex->lockedCount == 1) {
-        QDR_CHECK(OSMutexOwner(mutex) == 0);
-        OSMutexSetOwner(mutex, OSThreadSelf());
-    } else {
-        QDR_CHECK(OSMutexOwner(mutex) == OSThreadSelf());
+    if (!OSMutexIsValid(mutex)) {
+        QDR_CHECK_MSG(OSMutexIsValid(mutex), "%s", "Invalid mutex object!!!");
+        return;
     }
+    const OSThreadID self = OSThreadSelf();
+    // Only the owner can find its own id here.
+    if (OSMutexOwner(mutex) != self) {
+        os::CriticalSectionEnter(&mutex->cs);
+        QDR_CHECK(mutex->lockedCount >= 0);
+        QDR_CHECK(OSMutexOwner(mutex) == 0);
+        mutex->lockedCount = 1;
+        OSMutexSetOwner(mutex, self);
+        return;
+    }
+    QDR_CHECK(mutex->lockedCount >= 1);
+    ++mutex->lockedCount;
 }
 
 inline void OSMutexUnlock(OSMutex* mutex) {
-    QDR_CHECK_MSG(OSMutexIsValid(mutex), "%s", "Invalid mutex object!!!");
-    if (!OSMutexIsValid(mutex)) return;
-    // Only the owner may unlock, so this is tested before anything else moves.
-    QDR_CHECK(OSMutexOwner(mutex) == OSThreadSelf());
+    if (!OSMutexIsValid(mutex)) {
+        QDR_CHECK_MSG(OSMutexIsValid(mutex), "%s", "Invalid mutex object!!!");
+        return;
+    }
+    // Only the owner may unlock, so this is tested before anything else moves. A
+    // thread that is not the owner goes on with the counter, but the platform lock,
+    // which it does not hold, stays as it is.
+    const bool owner = OSMutexOwner(mutex) == OSThreadSelf();
+    if (!owner) QDR_CHECK(OSMutexOwner(mutex) == OSThreadSelf());
     QDR_CHECK(mutex->lockedCount >= 1);
     --mutex->lockedCount;
     QDR_CHECK(mutex->lockedCount >= 0);
-    if (mutex->lockedCount == 0) OSMutexSetOwner(mutex, 0);
-    os::CriticalSectionLeave(&mutex->cs);
+    if (mutex->lockedCount != 0) return;
+    OSMutexSetOwner(mutex, 0);
+    if (owner) os::CriticalSectionLeave(&mutex->cs);
 }
 
 inline void OSMutexDestroy(OSMutex* mutex) {

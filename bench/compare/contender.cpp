@@ -1,8 +1,8 @@
 #include "contender.h"
 
 const std::vector<const Contender*>& AllContenders() {
-    static const std::vector<const Contender*> all = {&kQDLog, &kSpdlog, &kGlog, &kBoostLog,
-                                                      &kFprintf};
+    static const std::vector<const Contender*> all = {&kQDLog, &kFloor,    &kSpdlog,
+                                                      &kGlog,  &kBoostLog, &kFprintf};
     return all;
 }
 

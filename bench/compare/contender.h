@@ -35,6 +35,7 @@ struct Contender {
 };
 
 extern const Contender kQDLog;
+extern const Contender kFloor;
 extern const Contender kSpdlog;
 extern const Contender kGlog;
 extern const Contender kBoostLog;

@@ -30,38 +30,32 @@ int BuildEventHead(const char (&time)[kSystemTimeTextSize], int timeLen,
     char* p = out;
     memcpy(p, time, sizeof(time));
     p += timeLen;
-    memcpy(p, cycles, sizeof(cycles));
-    p += cyclesLen;
+    if (cyclesLen > 0) {
+        memcpy(p, cycles, sizeof(cycles));
+        p += cyclesLen;
+    }
+    p = PutEventTitle(title, separator, p);
+    *p = 0;
+    return static_cast<int>(p - out);
+}
+
+char* PutEventTitle(const char (&title)[kTitleChars], uint32_t separator, char* p) {
     *p++ = '|';
     memcpy(p, title, sizeof(title));
     const void* titleEnd = memchr(title, 0, sizeof(title));
     p += titleEnd ? static_cast<const char*>(titleEnd) - title : sizeof(title);
     *p++ = static_cast<char>(separator);
-    *p = 0;
-    return static_cast<int>(p - out);
+    return p;
 }
 
-int HeadClock::Format(MSEL now, bool withMilli, char (&out)[kSystemTimeTextSize]) {
-    constexpr int kSecondChars = 19;  // "2016-11-18 12:12:00": every valid time
-    if (!IsValidMSEL(now) || now / 1000 != second_) {
-        // An invalid time is reported here, at every event, as it always was.
-        const SYSTEMTIME st = GetSystemTimeOfMSEL(now, true);
-        FormatSystemTime(secondText_, st, false, '-', ':', '.');
-        second_ = IsValidMSEL(now) && strlen(secondText_) == kSecondChars ? now / 1000 : -1;
-        if (second_ < 0) {
-            FormatSystemTime(out, st, withMilli, '-', ':', '.');
-            return static_cast<int>(strlen(out));
-        }
+int HeadClock::FormatNewSecond(MSEL now, bool withMilli, char* out) {
+    // An invalid time is reported here, at every event, as it always was.
+    const SYSTEMTIME st = GetSystemTimeOfMSEL(now, true);
+    FormatSystemTime(secondText_, st, false, '-', ':', '.');
+    second_ = IsValidMSEL(now) && strlen(secondText_) == kSecondChars ? now / 1000 : -1;
+    if (second_ < 0) {
+        FormatSystemTime(out, st, withMilli, '-', ':', '.');
+        return static_cast<int>(strlen(out));
     }
-    memcpy(out, secondText_, kSecondChars);
-    int length = kSecondChars;
-    if (withMilli) {
-        const int milli = static_cast<int>(now % 1000);
-        out[length++] = '.';
-        out[length++] = static_cast<char>('0' + milli / 100);
-        out[length++] = static_cast<char>('0' + milli / 10 % 10);
-        out[length++] = static_cast<char>('0' + milli % 10);
-    }
-    out[length] = 0;
-    return length;
+    return CopySecond(now, withMilli, out);
 }

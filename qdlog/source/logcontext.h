@@ -104,8 +104,13 @@ public:
     //   file it continues);
     // - the sweeps and rules, logfilelist.cpp: logFileList_ and the three check
     //   ticks. The rules ask the writer only whether a path is the open file.
-    Mutex lock_{0};
-    Relaxed<int32_t> canModifyConfig_;
+    //
+    // Three groups start on cache lines of their own: the lock, which every event
+    // writes; the settings, which every event reads before it takes the lock; and
+    // what the event road writes under the lock. A thread that formats its message
+    // then never waits for a line that the other thread's lock or writes took away.
+    alignas(64) Mutex lock_{0};
+    alignas(64) Relaxed<int32_t> canModifyConfig_;
     Relaxed<int32_t> firstReadConfig_;
     // Read without the lock by GetQDLogMaskPtr's test whether a pass may be due.
     Relaxed<uint32_t> lastReadConfigTick_;
@@ -128,7 +133,7 @@ public:
     Relaxed<int32_t> reserveIsMemory_;
     Relaxed<int32_t> maxFileNum_;
     Relaxed<int32_t> toDebuger_;
-    MSEL lastEventMSEL_;
+    alignas(64) MSEL lastEventMSEL_;
     uint32_t lastHoldCheckTick_;
     uint32_t lastReserveCheckTick_;
     uint32_t lastFileNumCheckTick_;

@@ -192,7 +192,6 @@ void FlushLogFile(LogContext& log) {
 }
 
 void FlushLogFileHeld(LogContext& log) {
-    QDR_CHECK(log.lock_.IsLockedByThreadSelf());
     LogFile& file = log.logFile_;
     // Never below the threshold, also when the application asks.
     if (file.IsOpen() && file.linesToFlush_ >= log.flushLines_) file.Flush();

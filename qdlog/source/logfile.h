@@ -48,6 +48,17 @@ public:
     // alone. Only lines with a head count towards linesToFlush_. A line that finds
     // the buffer full and the system refusing it is dropped.
     void WriteLine(bool withHead, const char* head, int headLen, const char* text, int textLen);
+    // The common event builds its first line in place: `bytes` of room at the end
+    // of the buffer, or null when they are lacking or a torn line must be ended
+    // first (WriteLine then takes the line). CommitLine adds a line with a head
+    // that was built there.
+    char* Room(size_t bytes) {
+        return !tornTail_ && pending_ + bytes <= sizeof(buffer_) ? buffer_ + pending_ : nullptr;
+    }
+    void CommitLine(size_t bytes) {
+        pending_ += bytes;
+        ++linesToFlush_;
+    }
     // Hands the buffered lines to the system, and linesToFlush_ back to 0.
     void Flush();
     // Whether the file has left its path: the path (or a directory above it) is gone
@@ -57,7 +68,7 @@ public:
     // Whether `path` names the open file: the deletion rules never take it.
     bool IsOpenAt(const char* path) const;
 
-    int64_t bytesWritten_ = 0;
+    alignas(64) int64_t bytesWritten_ = 0;
     int32_t linesToFlush_ = 0;
 
 private:
@@ -66,11 +77,13 @@ private:
     // A line longer than the buffer, on its own.
     void WriteLong(const char* head, int headLen, const char* text, int textLen, bool lineEnd);
 
-    char buffer_[kBufferBytes];
+    // The counters of the buffer first, on the cache line of linesToFlush_: an
+    // event writes that line and the buffer's, and no other of the file.
     size_t pending_ = 0;
     // A line that could be neither written whole nor taken back ends the file: the
     // next write starts on a fresh line.
     bool tornTail_ = false;
+    char buffer_[kBufferBytes];
     char shownName_[kLogPathChars] = "";
 };
 
@@ -92,5 +105,6 @@ void CheckLogFile(LogContext& log, MSEL now);
 
 // Flushes the stream once flushLines_ lines have gathered; takes lock_.
 void FlushLogFile(LogContext& log);
-// The same for a caller that holds lock_: the event road.
+// The same for a caller that holds lock_ (the event road), which is not checked
+// again here: the road has just checked it.
 void FlushLogFileHeld(LogContext& log);

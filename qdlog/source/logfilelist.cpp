@@ -197,9 +197,15 @@ int CleanByCount(LogContext& log, int maxFileNum, uint32_t tick) {
 
 void CleanLogFiles(LogContext& log, MSEL now, uint32_t tick) {
     if (!log.logFileList_.initFinished) return;
-    if (log.holdSeconds_ != 0 && CleanByAge(log, now, tick)) return;
+    // The common path is one tick comparison per active rule, made here; a rule that
+    // is due tests itself again with its checks.
+    if (log.holdSeconds_ != 0 && IsElapsed(tick, log.lastHoldCheckTick_, kRuleIntervalMs) &&
+        CleanByAge(log, now, tick))
+        return;
     const int reserveMBytes = log.reserveMBytes_;
-    if (reserveMBytes > 0) CleanByReserve(log, reserveMBytes, tick);
+    if (reserveMBytes > 0 && IsElapsed(tick, log.lastReserveCheckTick_, kRuleIntervalMs))
+        CleanByReserve(log, reserveMBytes, tick);
     const int maxFileNum = log.maxFileNum_;
-    if (maxFileNum > 0) CleanByCount(log, maxFileNum, tick);
+    if (maxFileNum > 0 && IsElapsed(tick, log.lastFileNumCheckTick_, kRuleIntervalMs))
+        CleanByCount(log, maxFileNum, tick);
 }

@@ -37,9 +37,10 @@ bool StartThread(uintptr_t* handle, uint32_t* tid, unsigned (*routine)(void*), v
 // Waits for the thread without limit and releases its handle; false if the join failed.
 bool JoinThread(uintptr_t handle);
 
-// ---- the recursive lock inside OSMutex --------------------------------------
+// ---- the lock inside OSMutex -----------------------------------------------
 
-// Opaque room for a recursive pthread mutex, embedded by value in its owner.
+// Opaque room for an adaptive pthread mutex, embedded by value in its owner. It is
+// not recursive: OSMutex counts the levels of its owner itself.
 struct CriticalSection {
     alignas(16) unsigned char bytes[64];
 };

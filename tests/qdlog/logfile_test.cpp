@@ -37,6 +37,7 @@ protected:
         // Without a trailing separator: the writer puts '\' between directory and name.
         ASSERT_EQ(1, QDLogSetDir(dir_.Text().c_str()));
         QDLogToFile(1);
+        QDLogOutputToDebuger(0);  // the file alone, as most programs log
         Reset();
     }
     void TearDown() override {
@@ -81,12 +82,16 @@ TEST_F(LogFileWriter, NamesTheFileAfterTheEventThatOpensIt) {
     ReportCapture reports;
     EXPECT_FALSE(ComposeLogFileName("/x", -5, path));  // no date text for such a time
 
-    // Binary CR LF lines; the raw type has no head and no line end.
+    // Binary CR LF lines; the raw type has no head and no line end. The file alone
+    // and the file beside another output give the same bytes.
     PrintAt(0, "a\r\nb", kSampleMSEL);
     PrintAt(31, "raw", kSampleMSEL);
+    QDLogOutputToDebuger(1);
+    PrintAt(0, "a\r\nb", kSampleMSEL);
     EXPECT_EQ(Shown("log20161118121200.log"), QDLogGetFileName());
     CloseFile();
-    EXPECT_EQ(kHead + "a\r\r\n" + kHead + "b\r\nraw", Contents(OnDisk("log20161118121200.log")));
+    const std::string lines = kHead + "a\r\r\n" + kHead + "b\r\n";
+    EXPECT_EQ(lines + "raw" + lines, Contents(OnDisk("log20161118121200.log")));
     EXPECT_TRUE(List().listSet.empty());  // the file in use is never listed
 }
 

@@ -47,6 +47,27 @@ TEST(LazyGlobalConcurrency, RacingThreadsBuildTheObjectOnce) {
     EXPECT_EQ(0, reports.Count());
 }
 
+TEST(MutexConcurrency, ProtectsACounterAcrossThreads) {
+    ReportCapture reports;
+    Mutex m;
+    long counter = 0;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&] {
+            for (int i = 0; i < 20000; ++i) {
+                AutoLock outer(&m);
+                {
+                    AutoLock inner(&m);  // recursion under contention
+                    ++counter;
+                }
+                ++counter;  // giving up the inner level keeps the lock
+            }
+        });
+    for (std::thread& t : threads) t.join();
+    EXPECT_EQ(160000, counter);
+    EXPECT_EQ(0, reports.Count());
+}
+
 TEST(SpinLockConcurrency, YieldingAndSleepingLocksExclude) {
     static OSSpinLock lock;
     long counter = 0;
