@@ -10,6 +10,7 @@
 #include "qdglib.h"
 #include "report_capture.h"
 #include "scratch_dir.h"
+#include "smartstr.h"
 #include "wnddk.h"
 #include "x_session.h"
 
@@ -152,4 +153,19 @@ TEST(TrimSourceTreeDialog, TrimsTheChosenTreeAndReports) {
     EXPECT_TRUE(TrimSourceTreeDialog());
     driver.join();
     EXPECT_EQ("int a;\r\nint b;\n", Contents(dir + "/x.c"));
+}
+
+// The wide forms convert at their edges: a non-ASCII name and directory come back as
+// UTF-16, with the extension of the filter.
+TEST(FileDialogs, WideSaveReturnsUtf16) {
+    QD_REQUIRE_X();
+    PrivateTempDir temp;
+    const std::string dir = temp.Text() + "/日志";
+    std::filesystem::create_directories(dir);
+    const SmartStrW wideDir(dir.c_str(), -1);
+    std::thread driver([] { Drive("Wide Save", {"key", "Return"}); });
+    EXPECT_EQ(
+        std::u16string(wideDir.c_str()) + u"/记录.txt",
+        GetFilePathName(0, u"记录", false, u"Text|*.txt", nullptr, wideDir.c_str(), u"Wide Save"));
+    driver.join();
 }

@@ -144,6 +144,12 @@ int SiteMessageBoxV(const MessageBoxSite* site, HWND parent, uint32_t style, con
                     const char* fmt, va_list args);
 int SiteMessageBox(const MessageBoxSite* site, HWND parent, uint32_t style, const char* caption,
                    const char* fmt, ...) __attribute__((format(printf, 5, 6)));
+// The wide forms: the format follows the wide printf rules; the site's captions stay
+// UTF-8.
+int SiteMessageBoxV(const MessageBoxSite* site, HWND parent, uint32_t style,
+                    const char16_t* caption, const char16_t* fmt, va_list args);
+int SiteMessageBox(const MessageBoxSite* site, HWND parent, uint32_t style, const char16_t* caption,
+                   const char16_t* fmt, ...);
 
 // ---- folder and file dialogs ------------------------------------------------------
 
@@ -175,6 +181,24 @@ std::string GetFilePathName(HWND parent, const char* initName, bool isOpen, cons
 // The extension rule of a save: "a" with "Text|*.txt|All|*.*" and index 1 -> "a.txt";
 // false when the filter's pieces are odd or the index is outside them.
 bool AppendFilterExtension(char* nameBuf, int nameBufSize, const char* filter, int filterIndex);
+
+// The wide forms, UTF-16 in and out. `folderPath` holds 512 units, and `nameBuf`
+// `nameBufSize` units.
+bool SelectAExistedFolder(char16_t* folderPath, const char16_t* caption, const char16_t* prompt,
+                          HWND ownerWnd = 0, const char16_t* initPath = nullptr);
+std::u16string SelectAExistedFolder(const char16_t* caption, const char16_t* prompt,
+                                    HWND ownerWnd = 0, const char16_t* initPath = nullptr);
+std::u16string GetRecentFolderW();
+std::u16string GetRecentFilePathW();
+bool GetFilePathName(HWND parent, char16_t* nameBuf, int nameBufSize, bool isOpen, bool multiSelect,
+                     const char16_t* filter, int* filterIndex, const char16_t* initDir,
+                     const char16_t* title);
+bool GetFilePathNames(HWND parent, std::vector<std::u16string>& list, bool isOpen, bool multiSelect,
+                      const char16_t* filter, int* filterIndex, const char16_t* initDir,
+                      const char16_t* title);
+std::u16string GetFilePathName(HWND parent, const char16_t* initName, bool isOpen,
+                               const char16_t* filter, int* filterIndex = nullptr,
+                               const char16_t* initDir = nullptr, const char16_t* title = nullptr);
 
 // Asks for a folder and trims the blanks at the line ends of its source files,
 // reporting the count or the failing file in a message box.

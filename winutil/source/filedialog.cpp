@@ -1,8 +1,10 @@
 // The folder and file dialogs over GTK's file chooser: the place of the last choice
 // in the settings store, the "|"-separated filter, the missing extension and the
 // second question about replacing a file.
+#include <algorithm>
 #include <cstring>
 
+#include "chartransform.h"
 #include "filesearch.h"
 #include "platform/gtkui.h"
 #include "qdfdk.h"
@@ -11,6 +13,7 @@
 #include "qdr/qdassert.h"
 #include "qdr/qdsync.h"
 #include "smartarray.h"
+#include "smartstr.h"
 #include "strdk_split.h"
 #include "wnddk.h"
 
@@ -123,6 +126,93 @@ bool RunFileDialog(HWND parent, char* nameBuf, int nameBufSize, bool isOpen, boo
     return true;
 }
 
+// A wide argument as UTF-8; null stays null, as it means "not given".
+class Narrow {
+public:
+    explicit Narrow(const char16_t* text) : text_(text, -1), given_(text != nullptr) {}
+    operator const char*() const { return given_ ? text_.c_str() : nullptr; }
+
+private:
+    SmartStr text_;
+    bool given_;
+};
+
+std::u16string Wide(const std::string& text) {
+    const SmartStrW wide(text.c_str(), static_cast<int32_t>(text.size()));
+    return std::u16string(wide.c_str(), static_cast<size_t>(wide.Length()));
+}
+
+// `bytes` of UTF-8 (NULs inside included) into `out` of `capacity` units, terminated;
+// false, with `out` emptied, when it doesn't fit.
+bool WideOut(const char* text, int bytes, char16_t* out, int capacity) {
+    int units = capacity;
+    Utf8ToUnicode(text, bytes, out, &units);
+    if (units < capacity) return true;  // on failure the count is left as it was
+    out[0] = 0;
+    return false;
+}
+
+// The folder dialog into `folderPath` of `capacity` bytes.
+bool ChooseFolder(char* folderPath, int capacity, const char* caption, const char* prompt,
+                  HWND ownerWnd, const char* initPath) {
+    // One folder dialog at a time, as its start folder is the process's.
+    static Mutex siteLock;
+    AutoLock guard(&siteLock);
+    gtkui::Chooser spec{gtkui::kChooseFolder,
+                        ownerWnd,
+                        caption ? caption : "",
+                        prompt ? prompt : "",
+                        "",
+                        "",
+                        false,
+                        {},
+                        0};
+    spec.startDir = ForGtk(initPath && *initPath ? initPath : StoredDir(kFolderKey));
+    if (ownerWnd)
+        QDR_CHECK(IsWindow(ownerWnd));
+    else
+        spec.parent = GetDefaultOwner();
+    std::vector<std::string> paths;
+    bool chosen = false;
+    if (!gtkui::RunOnGuiThread([&] { chosen = gtkui::RunFileChooser(spec, &paths, nullptr); }) ||
+        !chosen) {
+        folderPath[0] = '\0';
+        return false;
+    }
+    if (!CopyOut(paths[0], folderPath, capacity)) {
+        folderPath[0] = '\0';
+        return false;
+    }
+    if (!IsExistDir<char>(folderPath)) return false;
+    WriteSetting(kFolderKey, folderPath, true);
+    return true;
+}
+
+template <class CHAR>
+std::basic_string<CHAR> FolderAsString(const CHAR* caption, const CHAR* prompt, HWND ownerWnd,
+                                       const CHAR* initPath) {
+    CHAR path[kMaxPathChars];
+    return SelectAExistedFolder(path, caption, prompt, ownerWnd, initPath)
+               ? path
+               : std::basic_string<CHAR>();
+}
+
+// The dialog with an initial name, cut at 511 characters; empty on cancel.
+template <class CHAR>
+std::basic_string<CHAR> FileAsString(HWND parent, const CHAR* initName, bool isOpen,
+                                     const CHAR* filter, int* filterIndex, const CHAR* initDir,
+                                     const CHAR* title) {
+    CHAR name[kMaxPathChars] = {0};
+    if (initName)
+        std::char_traits<CHAR>::copy(
+            name, initName,
+            std::min(std::char_traits<CHAR>::length(initName), size_t{kMaxPathChars - 1}));
+    if (!GetFilePathName(parent, name, kMaxPathChars, isOpen, false, filter, filterIndex, initDir,
+                         title))
+        return std::basic_string<CHAR>();
+    return name;
+}
+
 }  // namespace
 
 bool AppendFilterExtension(char* nameBuf, int nameBufSize, const char* filter, int filterIndex) {
@@ -178,54 +268,73 @@ bool GetFilePathNames(HWND parent, std::vector<std::string>& list, bool isOpen, 
 
 std::string GetFilePathName(HWND parent, const char* initName, bool isOpen, const char* filter,
                             int* filterIndex, const char* initDir, const char* title) {
-    char name[kMaxPathChars] = {0};
-    if (initName) strncpy(name, initName, kMaxPathChars - 1);
-    if (!GetFilePathName(parent, name, kMaxPathChars, isOpen, false, filter, filterIndex, initDir,
-                         title))
-        return "";
-    return name;
+    return FileAsString(parent, initName, isOpen, filter, filterIndex, initDir, title);
+}
+
+std::u16string GetFilePathName(HWND parent, const char16_t* initName, bool isOpen,
+                               const char16_t* filter, int* filterIndex, const char16_t* initDir,
+                               const char16_t* title) {
+    return FileAsString(parent, initName, isOpen, filter, filterIndex, initDir, title);
+}
+
+// Each UTF-16 unit takes at most three bytes of UTF-8: the narrow dialog gets three
+// times the room.
+bool GetFilePathName(HWND parent, char16_t* nameBuf, int nameBufSize, bool isOpen, bool multiSelect,
+                     const char16_t* filter, int* filterIndex, const char16_t* initDir,
+                     const char16_t* title) {
+    QDR_CHECK_OR_RETURN(nameBuf != nullptr && nameBufSize > 1, false);
+    std::vector<char> name(static_cast<size_t>(nameBufSize) * 3, '\0');
+    int given = 0;
+    while (given < nameBufSize - 1 && nameBuf[given]) ++given;
+    int bytes = static_cast<int>(name.size());
+    UnicodeToUtf8(nameBuf, given, name.data(), &bytes);
+    const bool chosen =
+        GetFilePathName(parent, name.data(), static_cast<int>(name.size()), isOpen, multiSelect,
+                        Narrow(filter), filterIndex, Narrow(initDir), Narrow(title));
+    // The answer is one or more names, each ended by NUL, and an empty one last.
+    size_t used = 0;
+    while (used < name.size() && name[used]) used += strlen(&name[used]) + 1;
+    const bool fits = WideOut(name.data(), static_cast<int>(used), nameBuf, nameBufSize);
+    QDR_CHECK(fits);
+    return chosen && fits;
+}
+
+bool GetFilePathNames(HWND parent, std::vector<std::u16string>& list, bool isOpen, bool multiSelect,
+                      const char16_t* filter, int* filterIndex, const char16_t* initDir,
+                      const char16_t* title) {
+    std::vector<std::string> paths;
+    if (!list.empty()) paths.emplace_back(SmartStr(list[0].c_str(), -1).c_str());
+    list.clear();
+    if (!GetFilePathNames(parent, paths, isOpen, multiSelect, Narrow(filter), filterIndex,
+                          Narrow(initDir), Narrow(title)))
+        return false;
+    for (const std::string& path : paths) list.push_back(Wide(path));
+    return true;
 }
 
 bool SelectAExistedFolder(char* folderPath, const char* caption, const char* prompt, HWND ownerWnd,
                           const char* initPath) {
     QDR_CHECK_OR_RETURN(folderPath != nullptr, false);
-    // One folder dialog at a time, as its start folder is the process's.
-    static Mutex siteLock;
-    AutoLock guard(&siteLock);
-    gtkui::Chooser spec{gtkui::kChooseFolder,
-                        ownerWnd,
-                        caption ? caption : "",
-                        prompt ? prompt : "",
-                        "",
-                        "",
-                        false,
-                        {},
-                        0};
-    spec.startDir = ForGtk(initPath && *initPath ? initPath : StoredDir(kFolderKey));
-    if (ownerWnd)
-        QDR_CHECK(IsWindow(ownerWnd));
-    else
-        spec.parent = GetDefaultOwner();
-    std::vector<std::string> paths;
-    bool chosen = false;
-    if (!gtkui::RunOnGuiThread([&] { chosen = gtkui::RunFileChooser(spec, &paths, nullptr); }) ||
-        !chosen) {
-        folderPath[0] = '\0';
-        return false;
-    }
-    if (!CopyOut(paths[0], folderPath, kMaxPathChars)) {
-        folderPath[0] = '\0';
-        return false;
-    }
-    if (!IsExistDir<char>(folderPath)) return false;
-    WriteSetting(kFolderKey, folderPath, true);
-    return true;
+    return ChooseFolder(folderPath, kMaxPathChars, caption, prompt, ownerWnd, initPath);
+}
+
+bool SelectAExistedFolder(char16_t* folderPath, const char16_t* caption, const char16_t* prompt,
+                          HWND ownerWnd, const char16_t* initPath) {
+    QDR_CHECK_OR_RETURN(folderPath != nullptr, false);
+    char path[kMaxPathChars * 3];
+    const bool chosen = ChooseFolder(path, sizeof(path), Narrow(caption), Narrow(prompt), ownerWnd,
+                                     Narrow(initPath));
+    return WideOut(path, -1, folderPath, kMaxPathChars) && chosen;
 }
 
 std::string SelectAExistedFolder(const char* caption, const char* prompt, HWND ownerWnd,
                                  const char* initPath) {
-    char path[kMaxPathChars];
-    return SelectAExistedFolder(path, caption, prompt, ownerWnd, initPath) ? path : "";
+    return FolderAsString(caption, prompt, ownerWnd, initPath);
+}
+
+std::u16string SelectAExistedFolder(const char16_t* caption, const char16_t* prompt, HWND ownerWnd,
+                                    const char16_t* initPath) {
+    return FolderAsString(caption, prompt, ownerWnd, initPath);
 }
 
 std::string GetRecentFolder() {
@@ -233,6 +342,12 @@ std::string GetRecentFolder() {
 }
 std::string GetRecentFilePath() {
     return StoredDir("GetFilePathName");
+}
+std::u16string GetRecentFolderW() {
+    return Wide(GetRecentFolder());
+}
+std::u16string GetRecentFilePathW() {
+    return Wide(GetRecentFilePath());
 }
 
 bool TrimSourceTreeDialog() {

@@ -187,11 +187,17 @@ int ShowSiteMessageBox(const MessageBoxSite* site, HWND owner, const char* text,
     return result;
 }
 
-int SiteMessageBoxV(const MessageBoxSite* site, HWND parent, uint32_t style, const char* caption,
-                    const char* fmt, va_list args) {
-    SmartStr text;
-    text.FormatV(fmt ? fmt : "", args);
-    if (!caption || !*caption) caption = "Message";
+namespace {
+
+// Both widths: the text is formatted in the caller's width, and the box takes UTF-8.
+template <class CHAR>
+int SiteMessageBoxT(const MessageBoxSite* site, HWND parent, uint32_t style, const CHAR* caption,
+                    const CHAR* fmt, va_list args) {
+    static const CHAR kNoText[1] = {0};
+    SmartStrT<CHAR> formatted;
+    formatted.FormatV(fmt ? fmt : kNoText, args);
+    const SmartStr text(formatted.c_str(), formatted.Length());
+    const SmartStr title(caption, -1);
     if (parent)
         QDR_CHECK(IsWindow(parent));
     else
@@ -200,13 +206,35 @@ int SiteMessageBoxV(const MessageBoxSite* site, HWND parent, uint32_t style, con
         xwin::Session probe;  // no display: no box, and no broken precondition either
         if (!probe) return 0;
     }
-    const int result = ShowSiteMessageBox(site, parent, text.c_str(), caption, style);
+    const int result = ShowSiteMessageBox(site, parent, text.c_str(),
+                                          title.Length() ? title.c_str() : "Message", style);
     QDR_CHECK(result != 0);
     return result;
 }
 
+}  // namespace
+
+int SiteMessageBoxV(const MessageBoxSite* site, HWND parent, uint32_t style, const char* caption,
+                    const char* fmt, va_list args) {
+    return SiteMessageBoxT(site, parent, style, caption, fmt, args);
+}
+
+int SiteMessageBoxV(const MessageBoxSite* site, HWND parent, uint32_t style,
+                    const char16_t* caption, const char16_t* fmt, va_list args) {
+    return SiteMessageBoxT(site, parent, style, caption, fmt, args);
+}
+
 int SiteMessageBox(const MessageBoxSite* site, HWND parent, uint32_t style, const char* caption,
                    const char* fmt, ...) {
+    va_list args;
+    va_start(args, fmt);
+    const int result = SiteMessageBoxV(site, parent, style, caption, fmt, args);
+    va_end(args);
+    return result;
+}
+
+int SiteMessageBox(const MessageBoxSite* site, HWND parent, uint32_t style, const char16_t* caption,
+                   const char16_t* fmt, ...) {
     va_list args;
     va_start(args, fmt);
     const int result = SiteMessageBoxV(site, parent, style, caption, fmt, args);
