@@ -89,7 +89,7 @@ TEST(MessageBox, EveryButtonFromMainAndWorkerThread) {
         } else {
             std::thread worker(
                 [&] { answer = HYMessageBox(0, "For every item", title.c_str(), flags, index); });
-            Press(title, "Return", bit == 1 ? "msgbox_all" : "");
+            Press(title, "Return", bit == 7 ? "msgbox_all" : "");
             worker.join();
         }
         EXPECT_EQ(kBoxButtonTable[bit].id, answer) << bit;
