@@ -37,8 +37,6 @@ Points Line(int x1, int y1, int x2, int y2) {
 }
 
 TEST(LinePoints, MatchesBresenhamInEveryOctant) {
-    EXPECT_EQ((Points{{0, 0}, {0, 0}, {1, 0}, {2, 0}, {3, 0}}), Line(0, 0, 3, 0));
-    EXPECT_EQ((Points{{4, 4}, {4, 4}}), Line(4, 4, 4, 4));
     for (int dx = -9; dx <= 9; ++dx)
         for (int dy = -9; dy <= 9; ++dy)
             EXPECT_EQ(Reference(5, -3, 5 + dx, -3 + dy), Line(5, -3, 5 + dx, -3 + dy)) << dx << dy;

@@ -16,20 +16,6 @@
 
 namespace {
 
-// Waits for the window, photographs it (when named), activates it and sends the
-// xdotool commands that follow "windowactivate --sync <id>".
-void Drive(const char* title, std::vector<std::string> commands, const char* shot = nullptr) {
-    const HWND w = WaitForWindow(title);
-    ASSERT_NE(0u, w) << title;
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));  // drawn, for the picture
-    if (shot) {
-        EXPECT_TRUE(SaveScreenshot(w, shot));
-    }
-    std::vector<std::string> args{"windowactivate", "--sync", std::to_string(w)};
-    args.insert(args.end(), commands.begin(), commands.end());
-    EXPECT_TRUE(Xdotool(args));
-}
-
 // The settings store of this program lives in the temporary directory: one of its own
 // for each test.
 class PrivateTempDir {
@@ -77,7 +63,7 @@ TEST(FileDialogs, FolderDialogReturnsToTheLastFolderInANewProcess) {
     PrivateTempDir temp;
     const std::string dir = temp.Text() + "/chosen";
     std::filesystem::create_directories(dir);
-    std::thread driver([] { Drive("Folder Test", {"key", "Return"}, "folder_dialog"); });
+    std::thread driver(Press, "Folder Test", "Return", "folder_dialog");
     char folder[512];
     EXPECT_TRUE(SelectAExistedFolder(folder, "Folder Test", "Pick a folder", 0, dir.c_str()));
     driver.join();
@@ -96,7 +82,7 @@ TEST(FileDialogs, FolderDialogReturnsToTheLastFolderInANewProcess) {
 TEST(FileDialogs, SecondProcessOfFolderTest) {
     if (!getenv("QD_DIALOG_SECOND")) GTEST_SKIP() << "runs as the second process of the test above";
     QD_REQUIRE_X();
-    std::thread driver([] { Drive("Folder Again", {"key", "Return"}); });
+    std::thread driver(Press, "Folder Again", "Return", "");
     printf("chosen: %s\n", SelectAExistedFolder("Folder Again", "Pick").c_str());
     fflush(stdout);
     driver.join();
@@ -111,11 +97,11 @@ TEST(FileDialogs, SaveAddsTheExtensionAndAsksBeforeReplacing) {
     const std::string dir = temp.Text();
     Write(dir + "/a.txt", "old");
     std::thread driver([] {
-        Drive("Save Test", {"key", "Return"}, "save_dialog");
-        Drive("Message", {"key", "Return"}, "replace_question");  // the default is No
+        Press("Save Test", "Return", "save_dialog");
+        Press("Message", "Return", "replace_question");  // the default is No
         WaitUntil([](void*) { return FindWindowEx2(0, "Message", 0, 0, -1, true, -1) == 0; },
                   nullptr);
-        Drive("Save Test", {"key", "Escape"});
+        Press("Save Test", "Escape");
     });
     char name[512] = "a";
     int filterIndex = 1;
@@ -124,7 +110,7 @@ TEST(FileDialogs, SaveAddsTheExtensionAndAsksBeforeReplacing) {
     driver.join();
     EXPECT_STREQ("", name);
 
-    driver = std::thread([] { Drive("Save Again", {"key", "Return"}); });
+    driver = std::thread(Press, "Save Again", "Return", "");
     EXPECT_EQ(dir + "/c.txt", GetFilePathName(0, "c", false, "Text|*.txt|All|*.*", &filterIndex,
                                               nullptr, "Save Again"));
     driver.join();
@@ -133,7 +119,7 @@ TEST(FileDialogs, SaveAddsTheExtensionAndAsksBeforeReplacing) {
     ReadSetting("GetFilePathName_0", stored, sizeof(stored), true, "");
     EXPECT_EQ(dir + "/", SystemPath(stored));
 
-    driver = std::thread([] { Drive("Open Test", {"key", "Return"}); });
+    driver = std::thread(Press, "Open Test", "Return", "");
     std::vector<std::string> list{dir + "/a.txt"};
     EXPECT_TRUE(GetFilePathNames(0, list, true, true, "Text|*.txt", nullptr, nullptr, "Open Test"));
     driver.join();
@@ -147,8 +133,8 @@ TEST(TrimSourceTreeDialog, TrimsTheChosenTreeAndReports) {
     Write(dir + "/x.c", "int a;  \r\nint b;\t\n");
     WriteSetting("SelectAExistedFolder", dir.c_str(), true);
     std::thread driver([] {
-        Drive("目录选择", {"key", "Return"});
-        Drive("提示", {"key", "Return"}, "trim_report");
+        Press("目录选择", "Return");
+        Press("提示", "Return", "trim_report");
     });
     EXPECT_TRUE(TrimSourceTreeDialog());
     driver.join();

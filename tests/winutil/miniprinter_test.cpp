@@ -22,33 +22,28 @@ protected:
     static void SetUpTestSuite() {
         dir_ = new ScratchDir("minicups");
         const std::string d = dir_->Text();
-        fs::create_directories(d + "/bin/backend");
-        fs::create_directories(d + "/out");
-        fs::permissions(d + "/out", fs::perms::all);
-        fs::create_directory_symlink("/usr/lib/cups/daemon", d + "/bin/daemon");
-        fs::create_directory_symlink("/usr/lib/cups/filter", d + "/bin/filter");
-        // A backend that keeps the job in the file its device URI names.
+        // The daemon's folders, and a backend that keeps the job in the file its device
+        // URI names.
+        if (std::system(("cd '" + d +
+                         "' && mkdir -p bin/backend out RequestRoot CacheDir StateDir TempDir && "
+                         "chmod 777 out && ln -s /usr/lib/cups/daemon /usr/lib/cups/filter bin/")
+                            .c_str()) != 0)
+            return;
         Write(d + "/bin/backend/keep",
               "#!/bin/sh\n[ $# -eq 0 ] && { echo 'direct keep \"Unknown\" \"Keep\"'; exit 0; }\n"
               "out=${DEVICE_URI#keep:}\nif [ -n \"$6\" ]; then cat \"$6\" > \"$out\"; else cat > "
-              "\"$out\"; fi\n"
-              "chmod 644 \"$out\"\n");
-        fs::permissions(d + "/bin/backend/keep",
-                        fs::perms::owner_all | fs::perms::group_read | fs::perms::group_exec |
-                            fs::perms::others_read | fs::perms::others_exec);
-        Write(
-            d + "/cupsd.conf",
-            "Listen " + d +
-                "/cups.sock\nLogLevel warn\n<Location />\n  Order allow,deny\n"
-                "  Allow all\n</Location>\n<Policy default>\n  <Limit All>\n    Order deny,allow\n"
-                "  </Limit>\n</Policy>\n");
-        std::string files;
-        for (const char* key : {"RequestRoot", "CacheDir", "StateDir", "TempDir"}) {
-            fs::create_directories(d + "/" + key);
+              "\"$out\"; fi\nchmod 644 \"$out\"\n");
+        fs::permissions(d + "/bin/backend/keep", fs::perms(0755));
+        Write(d + "/cupsd.conf",
+              "Listen " + d +
+                  "/cups.sock\nLogLevel warn\n<Location />\n  Order allow,deny\n  Allow all\n"
+                  "</Location>\n<Policy default>\n  <Limit All>\n    Order deny,allow\n"
+                  "  </Limit>\n</Policy>\n");
+        std::string files = "ServerRoot " + d + "\nServerBin " + d + "/bin\nErrorLog " + d +
+                            "/error_log\nFileDevice Yes\n";
+        for (const char* key : {"RequestRoot", "CacheDir", "StateDir", "TempDir"})
             files += std::string(key) + " " + d + "/" + key + "\n";
-        }
-        Write(d + "/cups-files.conf", "ServerRoot " + d + "\nServerBin " + d + "/bin\nErrorLog " +
-                                          d + "/error_log\nFileDevice Yes\n" + files);
+        Write(d + "/cups-files.conf", files);
         cupsd_ = new ChildProcess(
             {"/usr/sbin/cupsd", "-f", "-c", d + "/cupsd.conf", "-s", d + "/cups-files.conf"});
         setenv("CUPS_SERVER", (d + "/cups.sock").c_str(), 1);

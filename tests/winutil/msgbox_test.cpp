@@ -19,21 +19,6 @@ void FixedFont(void*, const std::string& line, int* width, int* height) {
     *height = 16;
 }
 
-// Waits for the box of that title, photographs it, activates it and sends the keys.
-std::thread Answer(std::string title, std::vector<std::string> keys, std::string shot = "") {
-    return std::thread([=] {
-        const HWND box = WaitForWindow(title.c_str());
-        ASSERT_NE(0u, box) << title;
-        std::this_thread::sleep_for(std::chrono::milliseconds(300));  // drawn, for the picture
-        if (!shot.empty()) {
-            EXPECT_TRUE(SaveScreenshot(box, shot));
-        }
-        std::vector<std::string> args{"windowactivate", "--sync", std::to_string(box), "key"};
-        args.insert(args.end(), keys.begin(), keys.end());
-        EXPECT_TRUE(Xdotool(args));
-    });
-}
-
 int CentreX(const RECT& r) {
     return (r.left + r.right) / 2;
 }
@@ -44,17 +29,12 @@ TEST(MessageBoxLayout, ButtonsFocusLinesAndCentring) {
     const RECT owner{100, 100, 500, 300}, screen{0, 0, 1000, 800};
     BoxLayout l = LayoutMessageBox(0x41, "hello", 1, 0, FixedFont, nullptr, owner, screen);
     ASSERT_EQ(2u, l.buttons.size());
-    EXPECT_EQ(1, l.buttons[0].id);  // Ok, then Retry, in table order
-    EXPECT_EQ(4, l.buttons[1].id);
-    EXPECT_EQ(1, l.focusIndex);
-    EXPECT_EQ(100, l.wrap);  // 170 / 16 * 2 is below 100
-    // 170 wide row + 40; the row starts (210 - 160) / 2 in, 20 below the text.
-    EXPECT_EQ((RECT{195, 161, 405, 238}).left, l.box.left);
-    EXPECT_EQ(77, l.box.bottom - l.box.top);
-    EXPECT_EQ(25, l.buttons[0].x);
-    EXPECT_EQ(110, l.buttons[1].x);
-    EXPECT_EQ(36, l.buttons[0].y);
-    EXPECT_EQ((210 - 40) / 2, l.label.left);
+    // Ok, then Retry, in table order, focus on the second; wrap 100 (170 / 16 * 2 is
+    // below); a 170 wide row + 40 centred on the owner, the row (210 - 160) / 2 in.
+    EXPECT_EQ((std::vector<int>{1, 4, 1, 100, 195, 77, 25, 110, 36, 85}),
+              (std::vector<int>{l.buttons[0].id, l.buttons[1].id, l.focusIndex, l.wrap, l.box.left,
+                                l.box.bottom - l.box.top, l.buttons[0].x, l.buttons[1].x,
+                                l.buttons[0].y, l.label.left}));
 
     struct Case {
         uint32_t flags;
@@ -86,12 +66,9 @@ TEST(MessageBoxLayout, ButtonsFocusLinesAndCentring) {
 
     const MessageBoxSite site{{}, 3, 1000, 700};
     const RECT box{10, 20, 110, 70};
-    const POINT moves[] = {SiteCornerOffset({{}, 1, 0, 0}, box), SiteCornerOffset(site, box),
-                           SiteCornerOffset({{}, 9, 5, 5}, box)};
-    EXPECT_EQ(-10, moves[0].x);
-    EXPECT_EQ(890, moves[1].x);
-    EXPECT_EQ(630, moves[1].y);
-    EXPECT_EQ(0, moves[2].x + moves[2].y);
+    const POINT a = SiteCornerOffset({{}, 1, 0, 0}, box), b = SiteCornerOffset(site, box),
+                c = SiteCornerOffset({{}, 9, 5, 5}, box);
+    EXPECT_EQ((std::vector<int>{-10, 890, 630, 0, 0}), (std::vector<int>{a.x, b.x, b.y, c.x, c.y}));
 }
 
 // Each button of the table answers its id: the first seven from this thread, the
@@ -105,14 +82,14 @@ TEST(MessageBox, EveryButtonFromMainAndWorkerThread) {
         const std::string title = "Box " + std::to_string(bit);
         int answer = -1;
         if (bit < 7) {
-            std::thread driver = Answer(title, {"Return"}, bit == 0 ? "msgbox" : "");
+            std::thread driver(Press, title, "Return", bit == 0 ? "msgbox" : "");
             answer = HYMessageBox(0, "Replace the file?\nThe old one is lost.", title.c_str(),
                                   flags, index);
             driver.join();
         } else {
             std::thread worker(
                 [&] { answer = HYMessageBox(0, "For every item", title.c_str(), flags, index); });
-            Answer(title, {"Return"}, bit == 1 ? "msgbox_all" : "").join();
+            Press(title, "Return", bit == 7 ? "msgbox_all" : "");
             worker.join();
         }
         EXPECT_EQ(kBoxButtonTable[bit].id, answer) << bit;
@@ -123,7 +100,7 @@ TEST(MessageBox, EscCloseCentringAndOneAtATime) {
     QD_REQUIRE_X();
     TestWindows windows;
     const HWND owner = windows.Make("Box Owner", "C", 0, 0, {0, 0, 200, 100});
-    std::thread driver = Answer("Esc Box", {"Escape"});
+    std::thread driver(Press, "Esc Box", "Escape", "");
     EXPECT_EQ(2, HYMessageBox(owner, "No cancel here", "Esc Box", 0x1));
     driver.join();
 
@@ -143,7 +120,7 @@ TEST(MessageBox, EscCloseCentringAndOneAtATime) {
     closer.join();
 
     const std::string mega(1 << 20, 'm');
-    driver = Answer("Big Box", {"Return"});
+    driver = std::thread(Press, "Big Box", "Return", "");
     EXPECT_EQ(1, HYMessageBox(0, mega.c_str(), "Big Box", 0x1));
     driver.join();
 }
@@ -152,7 +129,7 @@ TEST(MessageBox, ChineseColumnFromTheLocale) {
     QD_REQUIRE_X();
     setenv("LANG", "zh_CN.UTF-8", 1);
     ASSERT_EQ(1, BoxLanguage());
-    std::thread driver = Answer("中文", {"Return"}, "msgbox_zh");
+    std::thread driver(Press, "中文", "Return", "msgbox_zh");
     EXPECT_EQ(6, HYMessageBox(0, "要替换它吗？", "中文", 0x1C00, 0));
     driver.join();
 }
@@ -162,19 +139,15 @@ TEST(SiteMessageBox, CaptionsAndCorner) {
     const MessageBoxSite site{
         {"Sure", nullptr, nullptr, nullptr, nullptr, "Never shown", ""}, 3, 1000, 700};
     std::thread driver([] {
-        const HWND box = WaitForWindow("Site Box");
         RECT r{};
-        WaitUntil(
+        WaitUntil(  // the corner is placed after the box is shown
             [](void* p) {
-                RECT* r = static_cast<RECT*>(p);
-                GetWindowRect(FindWindowEx2(0, "Site Box", nullptr, 0, -1, true, -1), r);
-                return r->right == 1000 && r->bottom == 700;
+                GetWindowRect(WaitForWindow("Site Box"), static_cast<RECT*>(p));
+                return static_cast<RECT*>(p)->right == 1000 && static_cast<RECT*>(p)->bottom == 700;
             },
             &r);
-        EXPECT_EQ(1000, r.right);
-        EXPECT_EQ(700, r.bottom);
-        SaveScreenshot(box, "site_box");
-        Xdotool({"windowactivate", "--sync", std::to_string(box), "key", "Return"});
+        EXPECT_EQ((std::vector<int>{1000, 700}), (std::vector<int>{r.right, r.bottom}));
+        Press("Site Box", "Return", "site_box");
     });
     EXPECT_EQ(1, SiteMessageBox(&site, 0, 0x40, "Site Box", "%d files", 3));
     driver.join();

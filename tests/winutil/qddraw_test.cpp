@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "qddraw.h"
 #include "report_capture.h"
@@ -30,6 +31,11 @@ struct Canvas {
             for (int x = 0; x < s.x; ++x)
                 if (GetPixelColor(dc, x, y) != GetPixelColor(other.dc, x, y)) return false;
         return true;
+    }
+    std::vector<QDColor> At(std::initializer_list<QDPoint> points) const {
+        std::vector<QDColor> out;
+        for (QDPoint p : points) out.push_back(GetPixelColor(dc, p.x, p.y));
+        return out;
     }
     // Columns [x0, x1) hold a pixel for which `pick` is true.
     template <class Pick>
@@ -109,10 +115,8 @@ TEST(DrawShapes, GradientsFramesLinesAndDots) {
     Canvas c(20, 12);
     const QDRect two{0, 0, 4, 2}, five{4, 0, 5, 5};
     FillGradient(c.dc, &two, 0x000000, 0xFFFFFF);
-    EXPECT_EQ(0x000000u, GetPixelColor(c.dc, 3, 0));
-    EXPECT_EQ(0xFFFFFFu, GetPixelColor(c.dc, 3, 1));
     FillGradient(c.dc, &five, 0x000010, 0x102030);  // row i: (to - from) * i / 4 + from
-    EXPECT_EQ(0x081020u, GetPixelColor(c.dc, 4, 2));
+    EXPECT_EQ((std::vector<QDColor>{0, 0xFFFFFF, 0x081020}), c.At({{3, 0}, {3, 1}, {4, 2}}));
     EXPECT_FALSE(FillGradient(c.dc, nullptr, 0, 0));
 
     Canvas f(8, 8);
@@ -143,10 +147,9 @@ TEST(DrawShapes, GradientsFramesLinesAndDots) {
 
     Canvas d(10, 10);
     DrawDottedRect(d.dc, 8, 6, 0, 0, kRed, 1);  // corners in any order, every second pixel
-    for (QDPoint p : {QDPoint{0, 0}, {2, 0}, {8, 0}, {0, 6}, {8, 6}, {8, 4}})
-        EXPECT_EQ(kRed, GetPixelColor(d.dc, p.x, p.y));
-    for (QDPoint p : {QDPoint{1, 0}, {0, 1}, {8, 5}, {4, 3}})
-        EXPECT_EQ(kWhite, GetPixelColor(d.dc, p.x, p.y));
+    EXPECT_EQ(std::vector<QDColor>(6, kRed),
+              d.At({{0, 0}, {2, 0}, {8, 0}, {0, 6}, {8, 6}, {8, 4}}));
+    EXPECT_EQ(std::vector<QDColor>(4, kWhite), d.At({{1, 0}, {0, 1}, {8, 5}, {4, 3}}));
 }
 
 TEST(DrawShapes, ColoursGuardsAndRegions) {
@@ -196,13 +199,10 @@ TEST(DrawBitmaps, CopyTileBlendAndNoScreen) {
     }
     Canvas c(8, 6);
     EXPECT_TRUE(DrawBitmap(c.dc, src, 1, 1));
-    EXPECT_EQ(kRed, GetPixelColor(c.dc, 1, 1));
-    EXPECT_EQ(0x00FF00u, GetPixelColor(c.dc, 2, 2));
     EXPECT_FALSE(DrawBitmap(c.dc, src, 0, 0, 0, 0, -1, -1, SRCAND));
-    const QDRect area{3, 0, 8, 3};
-    EXPECT_TRUE(TileBitmap(c.dc, src, area));
-    EXPECT_EQ(kRed, GetPixelColor(c.dc, 7, 2));
-    EXPECT_EQ(0x00FF00u, GetPixelColor(c.dc, 6, 1));
+    EXPECT_TRUE(TileBitmap(c.dc, src, QDRect{3, 0, 8, 3}));
+    EXPECT_EQ((std::vector<QDColor>{kRed, 0x00FF00, kRed, 0x00FF00}),
+              c.At({{1, 1}, {2, 2}, {7, 2}, {6, 1}}));
     EXPECT_TRUE(
         AlphaBitmap(c.dc, src, 128, 0, 4, 8, 2, 0, 0, 1, 1));  // red stretched, half over white
     const QDColor half = GetPixelColor(c.dc, 5, 5);
@@ -221,9 +221,8 @@ TEST(DrawScreen, CaptureAndMetricsOfAPrivateDisplay) {
     QDPoint size{0, 0}, letter{0, 0};
     int bits = 0;
     ASSERT_TRUE(GetDisplayMetrics(&size, &letter, &bits));
-    EXPECT_EQ((QDPoint{800, 600}), size);
-    EXPECT_EQ(32, bits);
-    EXPECT_GT(letter.y, letter.x);
+    EXPECT_EQ((std::vector<int>{800, 600, 32, 1}),
+              (std::vector<int>{size.x, size.y, bits, letter.y > letter.x}));
     const QDRect area{-10, 590, 30, 700};  // held to the screen: 30 x 10
     QDBitmap shot = CaptureScreen(&area);
     ASSERT_NE(nullptr, shot);

@@ -25,16 +25,16 @@ int CentreY(const RECT& r) {
     return (r.top + r.bottom) / 2;
 }
 
-// The window manager moves windows in its own time: waits until the window's
-// rectangle has its centre (or, with `leftOnly`, its left edge) at the place wanted.
-RECT WaitForPlace(HWND w, int x, int y, bool leftOnly = false) {
+// The window manager moves windows in its own time: waits until the window's centre
+// (or, with `leftOnly`, its left edge) is where wanted, then checks it.
+void ExpectPlace(HWND w, int x, int y, bool leftOnly = false) {
     struct Moving {
         HWND w;
         int x, y;
         bool leftOnly;
         RECT now;
     } m{w, x, y, leftOnly, {}};
-    WaitUntil(
+    const bool there = WaitUntil(
         [](void* p) {
             Moving* m = static_cast<Moving*>(p);
             GetWindowRect(m->w, &m->now);
@@ -42,7 +42,8 @@ RECT WaitForPlace(HWND w, int x, int y, bool leftOnly = false) {
             return abs(CentreX(m->now) - m->x) <= 1 && abs(CentreY(m->now) - m->y) <= 1;
         },
         &m);
-    return m.now;
+    EXPECT_TRUE(there) << x << "," << y << " wanted, the window is at " << m.now.left << ","
+                       << m.now.top << "-" << m.now.right << "," << m.now.bottom;
 }
 
 }  // namespace
@@ -97,26 +98,25 @@ TEST(WindowSearch, CriteriaRecursionAndProcesses) {
         EXPECT_EQ(c.expected, FindWindowEx2(c.parent, c.title, c.className, c.owner, c.style,
                                             c.recursive, c.processId))
             << (c.title ? c.title : "") << " / " << (c.className ? c.className : "");
-    EXPECT_EQ(child, FindChildWindow(top, "own*", nullptr, 0, -1, false, true));
-    EXPECT_EQ(helperChild, FindProcessTopWindow(other, "Helper Child", nullptr));
 
     HWND parent = 0;
     EXPECT_TRUE(IsTopLevel(top, &parent));
     EXPECT_FALSE(IsTopLevel(child, &parent));
     EXPECT_EQ(top, parent);
-    EXPECT_EQ(top, GetTopLevelWindow(child));
     EXPECT_EQ(0u, GetTopLevelWindow(embedded));  // climbs into another process
     EXPECT_EQ(static_cast<uint32_t>(WS_CHILD | WS_VISIBLE), GetWindowStyle(child));
     EXPECT_TRUE(SendToChildren(top, 1, 2, 3));
 
     // The window questions of the processes.
-    EXPECT_EQ(top, FindMainWindow());
-    EXPECT_EQ(helperTop, FindMainWindow(static_cast<uint32_t>(other)));
     std::vector<HWND> list;
     ListProcessWindows(list, static_cast<uint32_t>(other));
     EXPECT_EQ(std::vector<HWND>{helperTop}, list);
-    EXPECT_EQ(popup, FindProcessWindow(0, "OwnPopup*", true));
-    EXPECT_EQ(top, FindProcessWindow(0, "OwnPopup*", false));
+    EXPECT_EQ((std::vector<HWND>{top, helperTop, popup, top, child, helperChild, top}),
+              (std::vector<HWND>{
+                  FindMainWindow(), FindMainWindow(static_cast<uint32_t>(other)),
+                  FindProcessWindow(0, "OwnPopup*", true), FindProcessWindow(0, "OwnPopup*", false),
+                  FindChildWindow(top, "own*", nullptr, 0, -1, false, true),
+                  FindProcessTopWindow(other, "Helper Child", nullptr), GetTopLevelWindow(child)}));
     EXPECT_EQ(std::string(WINDOW_HELPER), GetWindowProcessFile(helperTop));
 
     // Hit tests and the line across the screen.
@@ -159,30 +159,26 @@ TEST(CenterWindow, ChildPopupHiddenOwnerAndWidePopup) {
     EXPECT_EQ(before.left, after.left);
 
     const HWND popup = windows.Make("Centre Popup", "C", 0, owner, {0, 0, 100, 80});
-    RECT ownerRect;
+    RECT ownerRect, popupRect;
     GetWindowRect(owner, &ownerRect);
     CenterWindow(popup);
-    RECT popupRect = WaitForPlace(popup, CentreX(ownerRect), CentreY(ownerRect));
-    EXPECT_NEAR(CentreX(ownerRect), CentreX(popupRect), 1);
-    EXPECT_NEAR(CentreY(ownerRect), CentreY(popupRect), 1);
+    ExpectPlace(popup, CentreX(ownerRect), CentreY(ownerRect));
 
     // A minimised owner: the work area of the monitor instead.
     windows.Iconify(owner);
     WaitUntil([](void* w) { return (GetWindowStyle(*static_cast<HWND*>(w)) & WS_MINIMIZE) != 0; },
               const_cast<HWND*>(&owner));
     RECT monitor, work;
+    GetWindowRect(popup, &popupRect);
     ASSERT_TRUE(MonitorAndWorkArea(popupRect, &monitor, &work));
     CenterWindow(popup);
-    popupRect = WaitForPlace(popup, CentreX(work), CentreY(work));
-    EXPECT_NEAR(CentreX(work), CentreX(popupRect), 1);
-    EXPECT_NEAR(CentreY(work), CentreY(popupRect), 1);
+    ExpectPlace(popup, CentreX(work), CentreY(work));
 
     // Wider than the monitor, centred on a small owner: held at the monitor's left.
     const HWND small = windows.Make("Centre Small", "C", 0, 0, {20, 300, 120, 360});
     const HWND wide = windows.Make("Centre Wide", "C", 0, small, {300, 10, 1500, 100}, true);
     CenterWindow(wide);
-    after = WaitForPlace(wide, monitor.left, 0, true);
-    EXPECT_EQ(monitor.left, after.left);
+    ExpectPlace(wide, monitor.left, 0, true);
     // The rule alone, on a monitor right of the origin: held at its right edge.
     const RECT right{1024, 0, 2048, 768}, ref{1900, 0, 2040, 100};
     EXPECT_EQ(2048 - 300, CenterPosition(RECT{0, 0, 300, 50}, &ref, right, right).x);
@@ -190,20 +186,17 @@ TEST(CenterWindow, ChildPopupHiddenOwnerAndWidePopup) {
 
 TEST(Monitors, ListPointsAndNearest) {
     QD_REQUIRE_X();
-    std::vector<MonitorEntry> list;
+    std::vector<MonitorEntry> list, devices;
     ASSERT_TRUE(GetMonitors(nullptr, list));
     ASSERT_EQ(1u, list.size());
-    EXPECT_EQ(1024, list[0].rect.right);
     MonitorEntry at;
-    EXPECT_TRUE(MonitorOfPoint(POINT{5, 5}, &at));
-    EXPECT_FALSE(MonitorOfPoint(POINT{5000, 5}, &at));
     RECT screen;
     EXPECT_TRUE(GetMonitorRect(0, &screen));
-    EXPECT_EQ(768, screen.bottom);
-    EXPECT_FALSE(IsMultiMonitor());
-    EXPECT_TRUE(GetDisplayDevices(list));
-    EXPECT_EQ(1u, list.size());
-
+    EXPECT_TRUE(GetDisplayDevices(devices));
+    EXPECT_EQ((std::vector<long>{1024, 768, 1, 1, 0, 0}),
+              (std::vector<long>{list[0].rect.right, screen.bottom, MonitorOfPoint({5, 5}, &at),
+                                 static_cast<long>(devices.size()), MonitorOfPoint({5000, 5}, &at),
+                                 IsMultiMonitor()}));
     const std::vector<RECT> two{{0, 0, 100, 100}, {100, 0, 200, 100}};
     EXPECT_EQ(1, NearestMonitor(two, RECT{90, 0, 150, 10}));   // more area on the second
     EXPECT_EQ(0, NearestMonitor(two, RECT{-50, 0, -40, 10}));  // none shared: the nearest

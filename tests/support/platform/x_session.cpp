@@ -1,5 +1,8 @@
 #include "x_session.h"
 
+// Before Xlib, whose macros would clash with its names.
+#include <gtest/gtest.h>
+
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
@@ -117,6 +120,16 @@ bool Xdotool(const std::vector<std::string>& args) {
         if (tool.Wait() == 0) return true;
     }
     return false;
+}
+
+void Press(const std::string& title, const std::string& key, const std::string& shot) {
+    const HWND w = WaitForWindow(title.c_str());
+    ASSERT_NE(0u, w) << title;
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));  // drawn, for the picture
+    if (!shot.empty()) {
+        EXPECT_TRUE(SaveScreenshot(w, shot));
+    }
+    EXPECT_TRUE(Xdotool({"windowactivate", "--sync", std::to_string(w), "key", key}));
 }
 
 HWND WaitForWindow(const char* title) {

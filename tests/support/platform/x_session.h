@@ -26,6 +26,9 @@ bool Xdotool(const std::vector<std::string>& args);
 HWND WaitForWindow(const char* title);
 // Waits until `done` holds, at most `seconds`; its last answer.
 bool WaitUntil(bool (*done)(void*), void* context, int seconds = 10);
+// Waits for the window of that title, photographs it when `shot` is named, activates
+// it and presses the key.
+void Press(const std::string& title, const std::string& key, const std::string& shot = "");
 
 // Windows of this process made with Xlib on a connection of their own.
 class TestWindows {
