@@ -149,7 +149,7 @@ TEST(FileDialogs, WideSaveReturnsUtf16) {
     const std::string dir = temp.Text() + "/日志";
     std::filesystem::create_directories(dir);
     const SmartStrW wideDir(dir.c_str(), -1);
-    std::thread driver([] { Drive("Wide Save", {"key", "Return"}); });
+    std::thread driver([] { Press("Wide Save", "Return"); });
     EXPECT_EQ(
         std::u16string(wideDir.c_str()) + u"/记录.txt",
         GetFilePathName(0, u"记录", false, u"Text|*.txt", nullptr, wideDir.c_str(), u"Wide Save"));

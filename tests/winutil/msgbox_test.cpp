@@ -156,11 +156,7 @@ TEST(SiteMessageBox, CaptionsAndCorner) {
 // The wide form: the window is found by its UTF-8 caption.
 TEST(SiteMessageBox, WideCaption) {
     QD_REQUIRE_X();
-    std::thread driver([] {
-        const HWND box = WaitForWindow("宽 Box");
-        EXPECT_NE(0u, box);
-        Xdotool({"windowactivate", "--sync", std::to_string(box), "key", "Return"});
-    });
+    std::thread driver([] { Press("宽 Box", "Return"); });
     EXPECT_EQ(1, SiteMessageBox(nullptr, 0, 0, u"宽 Box", u"%s %d", u"文件", 3));
     driver.join();
 }

@@ -129,7 +129,20 @@ void Press(const std::string& title, const std::string& key, const std::string& 
     if (!shot.empty()) {
         EXPECT_TRUE(SaveScreenshot(w, shot));
     }
-    EXPECT_TRUE(Xdotool({"windowactivate", "--sync", std::to_string(w), "key", key}));
+    // Every key pressed here closes its window. One that arrives before the window
+    // has taken the focus is lost on a busy machine: press again while it is up.
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        ASSERT_TRUE(Xdotool({"windowactivate", "--sync", std::to_string(w), "key", key}));
+        HWND pressed = w;
+        if (WaitUntil(
+                [](void* p) {
+                    const HWND h = *static_cast<HWND*>(p);
+                    return !IsWindow(h) || (GetWindowStyle(h) & WS_VISIBLE) == 0;
+                },
+                &pressed, 5))
+            return;
+    }
+    ADD_FAILURE() << title << " stayed open after " << key;
 }
 
 HWND WaitForWindow(const char* title) {
