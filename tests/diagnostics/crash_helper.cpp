@@ -4,20 +4,12 @@
 // the engine's lock. An alarm ends a child whose handler hangs.
 #include <unistd.h>
 
-#include <cstdarg>
 #include <cstring>
 
 #include "diagnostics/stacktext.h"
 #include "qdlog.h"
 
 namespace {
-
-void Log(int type, const char* fmt, ...) {
-    va_list args;
-    va_start(args, fmt);
-    QDLogEventX(type, fmt, args);
-    va_end(args);
-}
 
 // The sanitizers would stop at the null store first; the fault is the point.
 __attribute__((noinline, no_sanitize("undefined"))) void CrashesHere() {
@@ -37,11 +29,11 @@ int main(int argc, char** argv) {
     QDLogScreen(0);
     QDLogSetDir(argv[1]);
     QDLogSetFlushLines(1);  // a line still in the stream's buffer dies with the process
-    Log(0, "before the crash");
+    QDLogEvent(0, "before the crash");
     qdr_InstallCrashHandler();
     if (argc > 2 && strcmp(argv[2], "in-callback") == 0) {
         QDLogAddCallback(CrashingCallback, nullptr);
-        Log(0, "into the callback");
+        QDLogEvent(0, "into the callback");
     }
     CrashesHere();
     return 0;

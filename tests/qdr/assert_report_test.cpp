@@ -109,39 +109,24 @@ TEST(AssertReport, IgnoreRestoresErrnoAndReportsAgainEachTime) {
     EXPECT_EQ(1, reports.CountMessage("pass 1"));
 }
 
-TEST(AssertReportDeathTest, AbortEndsTheProcessWith255AndRetryStopsAtTheTrap) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(
-        {
-            ReportCapture reports(QDR_IDABORT);
-            QDR_CHECK(false);
-        },
-        ::testing::ExitedWithCode(255), "");
-    EXPECT_EXIT(
-        {
-            ReportCapture reports(QDR_IDRETRY);
-            QDR_CHECK(false);
-        },
-        ::testing::KilledBySignal(SIGTRAP), "");
+// A failed check answered by a handler, or with no handler by the environment.
+void FailsACheck(int answer, const char* environment = nullptr) {
+    ReportCapture reports(answer);
+    if (environment) {
+        qdr_SetAssertReportHandler(nullptr);
+        setenv("QDR_ASSERT_ANSWER", environment, 1);
+    }
+    QDR_CHECK_MSG(false, "%s", "from a test");
+    _exit(3);
 }
 
-TEST(AssertReportDeathTest, EnvironmentAnswersWithoutAHandler) {
+TEST(AssertReportDeathTest, AbortEndsWith255RetryStopsAtTheTrapIgnoreGoesOn) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    qdr_AssertReportHandler previous = qdr_SetAssertReportHandler(nullptr);
-    EXPECT_EXIT(
-        {
-            setenv("QDR_ASSERT_ANSWER", "abort", 1);
-            QDR_CHECK_MSG(false, "%s", "from the environment");
-        },
-        ::testing::ExitedWithCode(255), "Debug Assertion Failed\\(from the environment\\)!");
-    EXPECT_EXIT(
-        {
-            setenv("QDR_ASSERT_ANSWER", "ignore", 1);
-            QDR_CHECK(false);
-            _exit(3);
-        },
-        ::testing::ExitedWithCode(3), "Smart Debug Lib - DEBUG");
-    qdr_SetAssertReportHandler(previous);
+    EXPECT_EXIT(FailsACheck(QDR_IDABORT), ::testing::ExitedWithCode(255), "");
+    EXPECT_EXIT(FailsACheck(QDR_IDRETRY), ::testing::KilledBySignal(SIGTRAP), "");
+    EXPECT_EXIT(FailsACheck(0, "abort"), ::testing::ExitedWithCode(255),
+                "Debug Assertion Failed\\(from a test\\)!");
+    EXPECT_EXIT(FailsACheck(0, "ignore"), ::testing::ExitedWithCode(3), "Smart Debug Lib - DEBUG");
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// Module handles, the tag scan of module files, the modules of a process and the
-// comparison of module names.
+// Module handles, the tag scan of module files and its trim, the paths of this
+// module, the modules of a process and the comparison of module names.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -9,6 +9,7 @@
 
 #include "moduleinfo.h"
 #include "qdlog.h"
+#include "report_capture.h"
 #include "scratch_dir.h"
 
 namespace {
@@ -35,6 +36,15 @@ std::string ReadTag(const ScratchDir& dir, const std::string& image, std::string
 }
 
 }  // namespace
+
+TEST(ModuleTag, TrimsThePaddingAtBothEnds) {
+    char out[kModuleTagInfoChars + 1];
+    const std::string padded = " \t`abc` \r\n" + std::string(54, '`');
+    EXPECT_STREQ("abc", TrimModuleTagInfo(padded.c_str(), out));
+    EXPECT_STREQ("", TrimModuleTagInfo(std::string(64, '`').c_str(), out));
+    const std::string full(64, 'z');  // no padding, no terminator needed behind it
+    EXPECT_EQ(full, TrimModuleTagInfo((full + "|ModuleInfoEnd").c_str(), out));
+}
 
 TEST(ModuleTag, FoundInEachWidthBehindFalseMarkers) {
     ScratchDir dir("moduletag");
@@ -74,6 +84,20 @@ TEST(ModuleHandles, LookupsAndTheTagOfALoadedLibrary) {
         GetModuleHandleByAddress(reinterpret_cast<void*>(&GetModuleTagInfo));
     ASSERT_NE(self, library);
     EXPECT_STREQ(GetModuleTagInfo(), CallModuleTagInfo(library));
+
+    ReportCapture reports;
+    // Linked statically, this code's module is the test program itself.
+    const std::string path = GetThisModulePathName();
+    EXPECT_EQ(std::filesystem::canonical("/proc/self/exe").string(), path);
+    // The toolkit's grammar, as GetDirName gives it: "/opt/app/x" -> "\opt\app\".
+    EXPECT_EQ(LibraryPath(path.substr(0, path.rfind('/') + 1)), GetThisModuleDir());
+    EXPECT_EQ(GetThisModulePathName(), GetThisModulePathName());  // filled once
+    EXPECT_STREQ(GetThisModuleDir(), GetExeDir());
+    EXPECT_STREQ("smart_moduletag_tests", GetExeName());
+    EXPECT_EQ(0, reports.Count());
+    char small[4];
+    EXPECT_EQ(nullptr, GetThisModuleFileName(small, sizeof(small)));  // it would be cut
+    EXPECT_STREQ("", small);
 }
 
 TEST(ModuleHandles, ModulesOfAProcessAndSameNames) {

@@ -1,10 +1,14 @@
+// Trimming, comparing, unescaping, replacing and splitting text.
 #include <gtest/gtest.h>
 
+#include <cstdarg>
 #include <cstring>
+#include <string>
 #include <utility>
 
 #include "report_capture.h"
 #include "strdk.h"
+#include "strdk_split.h"
 #include "unit_text.h"
 
 namespace {
@@ -44,15 +48,6 @@ const UntilCase kUntilCases[] = {
     // clang-format on
 };
 
-TYPED_TEST(TextRoutines, CompareCharsUntilTheStop) {
-    for (const UntilCase& c : kUntilCases) {
-        EXPECT_EQ(c.expected,
-                  CompareCharsUntil(Txt<TypeParam>(c.s1).c_str(), Txt<TypeParam>(c.s2).c_str(),
-                                    static_cast<TypeParam>(c.stop), -1, -1, c.flags))
-            << c.s1 << " vs " << c.s2;
-    }
-}
-
 // clang-format off
 struct PathCase { const char* p1; const char* p2; int flags; bool caseSensitive; int sign; };
 // clang-format on
@@ -73,7 +68,13 @@ const PathCase kPathCases[] = {
 };
 // clang-format on
 
-TYPED_TEST(TextRoutines, ComparePathNameComponentByComponent) {
+TYPED_TEST(TextRoutines, CompareCharsUntilAndComparePathName) {
+    for (const UntilCase& c : kUntilCases) {
+        EXPECT_EQ(c.expected,
+                  CompareCharsUntil(Txt<TypeParam>(c.s1).c_str(), Txt<TypeParam>(c.s2).c_str(),
+                                    static_cast<TypeParam>(c.stop), -1, -1, c.flags))
+            << c.s1 << " vs " << c.s2;
+    }
     auto sign = [](int r) { return r < 0 ? -1 : (r > 0 ? 1 : 0); };
     for (const PathCase& c : kPathCases) {
         const auto p1 = Txt<TypeParam>(c.p1), p2 = Txt<TypeParam>(c.p2);
@@ -120,15 +121,14 @@ TYPED_TEST(TextRoutines, UnescapeStrDecodesInPlace) {
     }
 }
 
-TYPED_TEST(TextRoutines, GetTextExtentCountsLinesAndWidestLine) {
+TYPED_TEST(TextRoutines, TextExtentAndBoundedCopy) {
     int width = -1, lines = -1;
     GetTextExtent(Txt<TypeParam>("abc\r\nde\n").c_str(), -1, &width, &lines);
     EXPECT_EQ(std::make_pair(3, 3), std::make_pair(width, lines));  // CR takes no width
     GetTextExtent(Txt<TypeParam>("abcd\nx").c_str(), 3, &width, &lines);
     EXPECT_EQ(std::make_pair(3, 1), std::make_pair(width, lines));
-}
 
-TYPED_TEST(TextRoutines, CopyBoundedCutsAndTerminates) {
+    // A bounded copy cuts and terminates.
     ReportCapture reports;
     std::basic_string<TypeParam> dest(8, TypeParam('#'));
     CopyBounded(&dest[0], Txt<TypeParam>("abcdef").c_str(), -1, 4);
@@ -136,6 +136,198 @@ TYPED_TEST(TextRoutines, CopyBoundedCutsAndTerminates) {
     EXPECT_EQ(TypeParam('#'), dest[4]);
     CopyBounded(&dest[0], Txt<TypeParam>("1234567").c_str(), 5, -1);
     EXPECT_EQ("12345", Terminated(dest));
+}
+
+struct BetweenCase {
+    const char *text, *head, *tail, *newStr;
+    int flags, removeCount;
+    const char* expected;
+    int count;
+};
+
+// clang-format off
+const BetweenCase kBetweenCases[] = {
+    {"a/*x*/b/*y*/c", "/*", "*/", "_", 0, 0, "a_b_c", 2},
+    // The tail is searched from the head's own position, so "/*/" closes at once.
+    {"a/*/b", "/*", "*/", "", 0, 0, "ab", 1}, {"a/*x", "/*", "*/", "", 0, 0, "a/*x", 0},
+    // A tail that begins with the head makes both the tail: only "abc" is replaced.
+    {"ab abc", "ab", "abc", "X", 0, 0, "ab X", 1},
+    {"Ab ab AB", "ab", "ab", "x", msf_ignore_case, 0, "x x x", 3},
+    {"k=12;k=34", "k=", "k=", "", 0, 2, ";", 2},
+    // The span is cut to the remaining text.
+    {"abx1", "x", "x", "", 0, 5, "ab", 1},
+    // Wildcards are cleared: "?" is a literal.
+    {"a?b", "?", "?", "-", msf_wildcards, 0, "a-b", 1},
+    {"log logfile log", "log", "log", "LOG", msf_whole_word, 0, "LOG logfile LOG", 2},
+    {"aaa", "a", "a", "aa", 0, 0, "aaaaaa", 3},
+};
+// clang-format on
+
+TYPED_TEST(TextRoutines, ReplaceBetweenHeadAndTail) {
+    for (const BetweenCase& c : kBetweenCases) {
+        auto buf = Buffer<TypeParam>(c.text);
+        const auto head = Txt<TypeParam>(c.head), tail = Txt<TypeParam>(c.tail);
+        const auto newStr = Txt<TypeParam>(c.newStr);
+        EXPECT_EQ(c.count, ReplaceBetween(&buf[0], head.c_str(), tail.c_str(), newStr.c_str(),
+                                          c.flags, -1, -1, -1, -1, -1, c.removeCount))
+            << c.text;
+        EXPECT_EQ(c.expected, Terminated(buf)) << c.text;
+    }
+}
+
+TYPED_TEST(TextRoutines, ReplaceStrPlainAndTheLimitCoversOnlyTheHeadOffset) {
+    ReportCapture reports;
+    const int unit = static_cast<int>(sizeof(TypeParam));
+    const auto ab = Txt<TypeParam>("ab"), longer = Txt<TypeParam>("abcdef");
+
+    // Too small for the first insertion: -1 and the text unchanged.
+    auto buf = Buffer<TypeParam>("xxab");
+    EXPECT_EQ(-1, ReplaceStr(&buf[0], ab.c_str(), longer.c_str(), 0, 8 * unit));
+    EXPECT_EQ("xxab", Terminated(buf));
+    EXPECT_EQ(1, reports.Count("(false)"));
+
+    // Head 0 + 6 new units is below the 7 declared, so the replacement goes ahead and
+    // the moved tail runs past the declared size: the caller has to leave room.
+    buf = Buffer<TypeParam>("abxx");
+    EXPECT_EQ(1, ReplaceStr(&buf[0], ab.c_str(), longer.c_str(), 0, 7 * unit));
+    EXPECT_EQ("abcdefxx", Terminated(buf));
+
+    // The second insertion fails: -1, with the first one kept.
+    buf = Buffer<TypeParam>("ab ab");
+    EXPECT_EQ(-1, ReplaceStr(&buf[0], ab.c_str(), longer.c_str(), 0, 9 * unit));
+    EXPECT_EQ("abcdef ab", Terminated(buf));
+
+    // The plain replacement, and its delegation.
+    buf = Buffer<TypeParam>("a.b.c");
+    EXPECT_EQ(2,
+              ReplaceStrPlain(&buf[0], Txt<TypeParam>(".").c_str(), Txt<TypeParam>("::").c_str()));
+    EXPECT_EQ("a::b::c", Terminated(buf));
+    EXPECT_EQ(2, ReplaceStrPlain(&buf[0], Txt<TypeParam>("::").c_str(),
+                                 static_cast<const TypeParam*>(nullptr)));
+    EXPECT_EQ("abc", Terminated(buf));
+    EXPECT_EQ(0, ReplaceStrPlain(&buf[0], Txt<TypeParam>("").c_str(), Txt<TypeParam>("x").c_str()));
+    // Counted: only the first three units count, and the result is terminated.
+    buf = Buffer<TypeParam>("aXaXa");
+    EXPECT_EQ(1, ReplaceStr(&buf[0], Txt<TypeParam>("X").c_str(), Txt<TypeParam>("--").c_str(), 0,
+                            -1, 3));
+    EXPECT_EQ("a--a", Terminated(buf));
+}
+
+TYPED_TEST(TextRoutines, ReplaceCharHeadAndRemoval) {
+    ReportCapture reports;
+    auto path = Buffer<TypeParam>("a/b\\c/d");
+    EXPECT_EQ(0, ReplaceChar(&path[0], '/', '\\', msf_slash_equal));
+    EXPECT_EQ(2, ReplaceChar(&path[0], '/', '\\'));
+    EXPECT_EQ("a\\b\\c\\d", Terminated(path));
+    auto word = Buffer<TypeParam>("Banana");
+    EXPECT_EQ(2, ReplaceChar(&word[0], 'A', 'o', msf_ignore_case, 4));
+    EXPECT_EQ("Bonona", Terminated(word));
+    EXPECT_EQ(0, ReplaceChar(&word[0], 0, 'x'));
+    EXPECT_EQ(1, reports.Count("(0 != repChar)"));
+    EXPECT_EQ(0, ReplaceChar(&word[0], 'o', 0));
+    EXPECT_EQ(1, reports.Count("(false)"));
+
+    auto text = Buffer<TypeParam>("hello world");
+    EXPECT_EQ(9, ReplaceHead(&text[0], 5, Txt<TypeParam>("bye").c_str()));
+    EXPECT_EQ("bye world", Terminated(text));
+    EXPECT_EQ(2, ReplaceHead(&text[0], 100, Txt<TypeParam>("ok").c_str()));
+    EXPECT_EQ("ok", Terminated(text));
+    EXPECT_EQ(-1, ReplaceHead(&text[0], -1, Txt<TypeParam>("x").c_str()));
+    EXPECT_EQ(1, reports.Count("(0 <= len)"));
+
+    // Each removed set character within the length; the result ends at the length.
+    auto messy = Buffer<TypeParam>("a-b_c-d");
+    EXPECT_EQ(2, RemoveChars(&messy[0], Txt<TypeParam>("-_").c_str(), 5));
+    EXPECT_EQ("abc", Terminated(messy));
+    EXPECT_EQ(3, reports.Count());
+}
+
+// The pieces as "[a][b]", a separator delivered alone as "[|*]".
+// clang-format off
+struct Collected { std::string pieces; int stopAfter = -1; };
+// clang-format on
+
+template <class T>
+bool Collect(void* param, const T* piece, int len, int isSeparator) {
+    auto* c = static_cast<Collected*>(param);
+    c->pieces += "[" + Bytes(std::basic_string<T>(piece, static_cast<size_t>(len))) +
+                 (isSeparator ? "*]" : "]");
+    return c->stopAfter < 0 || --c->stopAfter > 0;
+}
+
+struct CallbackCase {
+    const char *text, *seps;
+    char sepOfSeps;
+    int mode, flags;
+    const char* expected;
+};
+
+const CallbackCase kCallbackCases[] = {
+    // clang-format off
+    {"a||b", "|", 0, 0, 0, "[a][b]"},             {"a||b", "|", 0, 1, 0, "[a|][|*][b]"},
+    {"a||b", "|", 0, 2, 0, "[a][][b]"},           {"|a|", "|", 0, 2, 0, "[][a]"},
+    {"a\r\nb\nc", "\r\n|\n", '|', 1, 0, "[a\r\n][b\n][c]"},
+    // The earliest separator wins, the first listed on a tie.
+    {"xab", "ab|a", '|', 0, 0, "[x]"},            {"xab", "a|ab", '|', 0, 0, "[x][b]"},
+    {"1::2:3", ":|::", '|', 2, 0, "[1][][2][3]"}, {"", "|", 0, 1, 0, ""},
+    {"aXbxc", "x", 0, 0, msf_ignore_case, "[a][b][c]"},
+    {"a?b", "?", 0, 0, msf_wildcards | msf_reverse, "[a][b]"},
+    {"x and band andy", "and", 0, 0, msf_whole_word, "[x ][ band andy]"},
+    // clang-format on
+};
+
+TYPED_TEST(TextRoutines, SplitByCallbackAndIntoAnArray) {
+    for (const CallbackCase& c : kCallbackCases) {
+        Collected got;
+        SplitStrByCallback<TypeParam>(Collect<TypeParam>, &got, Txt<TypeParam>(c.text).c_str(),
+                                      Txt<TypeParam>(c.seps).c_str(), c.sepOfSeps, -1, -1, c.mode,
+                                      c.flags);
+        EXPECT_EQ(c.expected, got.pieces) << c.text << " at " << c.seps << " mode " << c.mode;
+    }
+
+    // A false answer stops; a counted text ends at its length; a bad mode is refused.
+    ReportCapture reports;
+    const auto text = Txt<TypeParam>("a,b,c,d"), comma = Txt<TypeParam>(",");
+    Collected got;
+    got.stopAfter = 2;
+    SplitStrByCallback<TypeParam>(Collect<TypeParam>, &got, text.c_str(), comma.c_str(), 0);
+    EXPECT_EQ("[a][b]", got.pieces);
+    got = Collected();
+    SplitStrByCallback<TypeParam>(Collect<TypeParam>, &got, text.c_str(), comma.c_str(), 0, 4);
+    EXPECT_EQ("[a][b]", got.pieces);
+    EXPECT_EQ(0, reports.Count());
+
+    SplitStrByCallback<TypeParam>(Collect<TypeParam>, &got, text.c_str(), comma.c_str(), 0, -1, -1,
+                                  3);
+    EXPECT_EQ(1, reports.Count("(0 <= mode && mode <= 2)"));
+
+    // The modes are SplitText's (strings_test.cpp); SplitStr fills an array, here
+    // with a quoted piece.
+    SmartArray<PtrStrT<TypeParam>, 8> pieces;
+    const auto quotedText = Txt<TypeParam>("x\"a,b\",c");  // the pieces point into it
+    EXPECT_TRUE(SplitStr(pieces, quotedText.c_str(), ',', -1, 0, true));
+    std::string joined;
+    for (const PtrStrT<TypeParam>& piece : pieces)
+        joined += "[" + Bytes(std::basic_string<TypeParam>(piece.p, size_t(piece.len))) + "]";
+    EXPECT_EQ("[x\"a,b\"][c]", joined);
+}
+
+template <class TCHAR>
+std::basic_string<TCHAR> Format(const TCHAR* format, ...) {
+    va_list args;
+    va_start(args, format);
+    MiniStrT<TCHAR> out;
+    FormatStr(out, format, args);
+    va_end(args);
+    return out;
+}
+
+TEST(FormatStr, FormatsShortAndLongTexts) {
+    EXPECT_EQ("7-log", Format("%d-%s", 7, "log"));
+    const std::string longText(3000, 'x');
+    EXPECT_EQ(longText + "!", Format("%s!", longText.c_str()));
+    // The wide form takes the Windows wide rules: %s wide, %S narrow.
+    EXPECT_EQ(u"7-\u65e5\u5fd7-ab", Format(u"%d-%s-%S", 7, u"\u65e5\u5fd7", "ab"));
 }
 
 }  // namespace

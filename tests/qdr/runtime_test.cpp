@@ -1,11 +1,16 @@
+// The runtime's threads, clocks, time values, mutex records and text conversion.
 #include <gtest/gtest.h>
 #include <pthread.h>
 
+#include <cstring>
+#include <string>
 #include <tuple>
 #include <vector>
 
 #include "cpp_templ0.h"
+#include "qdr/platform/os.h"
 #include "qdr/qdmsel.h"
+#include "qdr/qdsync.h"
 #include "qdr/qdthread.h"
 #include "report_capture.h"
 
@@ -38,20 +43,16 @@ TEST(Threads, StackSizeDefaultsTo512KiBBelowOneAndTheIdIsTheThreadsOwn) {
     }
 }
 
-TEST(Msel, BoundariesOfTheFileTimeConstantAndOfTheValidRange) {
+TEST(Msel, FileTimeRoundingAndSystemTimesOfValidAndInvalidValues) {
     EXPECT_EQ(1, FileTimeToMSEL(116444736000015000LL));  // half a millisecond rounds up
     EXPECT_EQ(0, FileTimeToMSEL(116444736000014999LL));
     EXPECT_EQ(0, FileTimeToMSEL(116444736000005000LL));
-}
 
-TEST(Msel, SystemTimeOfValidAndInvalidValues) {
     ReportCapture reports;
-    auto fields = [](const SYSTEMTIME& t) {
-        return std::vector<int>{t.wYear, t.wMonth,  t.wDay,         t.wDayOfWeek,
-                                t.wHour, t.wSecond, t.wMilliseconds};
-    };
     SYSTEMTIME st = GetSystemTimeOfMSEL(2147443200000LL, false);  // a Monday
-    EXPECT_EQ((std::vector<int>{2038, 1, 18, 1, 16, 0, 0}), fields(st));
+    EXPECT_EQ((std::vector<int>{2038, 1, 18, 1, 16, 0, 0}),
+              (std::vector<int>{st.wYear, st.wMonth, st.wDay, st.wDayOfWeek, st.wHour, st.wSecond,
+                                st.wMilliseconds}));
     EXPECT_EQ(0, reports.Count());
 
     EXPECT_FALSE(MSELToSystemTime(-1, &st, true));
@@ -96,7 +97,7 @@ TEST(IsElapsed, BothFormsAtTheWrapAndTheIntervalLimit) {
     EXPECT_EQ(2, reports.Count("(interval <= upper_interval)"));
 }
 
-TEST(LimitValue, ClampsTellsWhetherItMovedAndReportsAnEmptyRangeOnRequest) {
+TEST(Ranges, LimitValueClampsAndReportsOnRequestOverlapIsClosedOrOpen) {
     ReportCapture reports;
     // {value, lowest, highest, check} -> {moved, value}; the empty range unreported first.
     // clang-format off
@@ -109,16 +110,80 @@ TEST(LimitValue, ClampsTellsWhetherItMovedAndReportsAnEmptyRangeOnRequest) {
     }
     EXPECT_EQ(1, reports.Count("(highest >= lowest)"));
     EXPECT_EQ(1, reports.Count());
-}
 
-TEST(RangesOverlap, ClosedAndOpen) {
     EXPECT_TRUE(RangesOverlap(1, 3, 3, 5, true));
     EXPECT_FALSE(RangesOverlap(1, 3, 3, 5, false));
     EXPECT_TRUE(RangesOverlap(1, 4, 3, 5, false));
     EXPECT_FALSE(RangesOverlap(1, 2, 3, 5, true));
-    ReportCapture reports;
     RangesOverlap(3, 1, 0, 5, true);
     EXPECT_EQ(1, reports.Count("(right1 >= left1)"));
+}
+
+TEST(Mutex, InvalidRecordsAndMisuseAreReported) {
+    ReportCapture reports;
+    OSMutex neverInitialised;
+    memset(&neverInitialised, 0, sizeof(neverInitialised));
+    OSMutexLock(&neverInitialised);
+    OSMutexUnlock(&neverInitialised);
+
+    OSMutex overrun;
+    OSMutexInit(&overrun, 0);
+    overrun.syncDWORD2 = 0x41414141;
+    OSMutexLock(&overrun);
+    overrun.syncDWORD2 = kOSMutexMagic;
+    OSMutexDestroy(&overrun);
+
+    OSMutex destroyed;
+    OSMutexInit(&destroyed, 0);
+    OSMutexDestroy(&destroyed);
+    for (size_t i = 0; i < sizeof(destroyed); ++i)
+        ASSERT_EQ(0xCD, reinterpret_cast<unsigned char*>(&destroyed)[i]);
+    OSMutexLock(&destroyed);
+
+    EXPECT_EQ(4, reports.CountMessage("Invalid mutex object!!!"));
+    EXPECT_EQ(4, reports.Count());
+
+    // Destroying a held mutex, or unlocking another thread's.
+    OSMutex held;
+    OSMutexInit(&held, 0);
+    OSMutexLock(&held);
+    OSMutexDestroy(&held);
+    EXPECT_EQ(1, reports.Count("(mutex->lockedThreadID == 0)"));
+    EXPECT_EQ(1, reports.Count("(mutex->lockedCount == 0)"));
+    Mutex m;
+    m.Unlock();  // never locked: not the owner, and no level to give up
+    EXPECT_EQ(1, reports.Count("(OSMutexOwner(mutex) == OSThreadSelf())"));
+    EXPECT_EQ(1, reports.Count("(mutex->lockedCount >= 1)"));
+}
+
+// The whole of a text through one of the conversions, measured first.
+template <class To, class From>
+std::basic_string<To> Converted(int (*convert)(const From*, int, To*, int),
+                                const std::basic_string<From>& s) {
+    const int n = convert(s.data(), static_cast<int>(s.size()), nullptr, 0);
+    std::basic_string<To> out(static_cast<size_t>(n), To(0));
+    EXPECT_EQ(n, convert(s.data(), static_cast<int>(s.size()), &out[0], n));
+    return out;
+}
+
+TEST(TextConversion, ReplacementCharactersTerminatorsAndSmallBuffers) {
+    // Unpaired surrogates, high and low.
+    EXPECT_EQ("a\xEF\xBF\xBDx\xEF\xBF\xBD",
+              Converted(os::Utf16ToUtf8, std::u16string(u"a\xD800x\xDC00")));
+    // A stray continuation byte, a truncated sequence, an overlong slash, a surrogate.
+    EXPECT_EQ(u"\xFFFDx", Converted(os::Utf8ToUtf16, std::string("\x80x")));
+    EXPECT_EQ(u"\xFFFD", Converted(os::Utf8ToUtf16, std::string("\xE4\xB8")));
+    EXPECT_EQ(u"\xFFFD\xFFFD", Converted(os::Utf8ToUtf16, std::string("\xC0\xAF")));
+    EXPECT_EQ(u"\xFFFD\xFFFD\xFFFD", Converted(os::Utf8ToUtf16, std::string("\xED\xA0\x80")));
+
+    // The terminator counts for negative lengths; too small a buffer fails.
+    char16_t wide[8];
+    EXPECT_EQ(3, os::Utf8ToUtf16("ab", -1, wide, 8));
+    EXPECT_EQ(0, wide[2]);
+    EXPECT_EQ(0, os::Utf8ToUtf16("abc", 3, wide, 2));
+    char narrow[8];
+    EXPECT_EQ(0, os::Utf16ToUtf8(u"\x4E2D", 1, narrow, 2));
+    EXPECT_EQ(4, os::Utf16ToUtf8(u"\x4E2D", -1, narrow, 8));
 }
 
 }  // namespace
