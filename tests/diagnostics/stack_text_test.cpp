@@ -140,32 +140,6 @@ __attribute__((noinline)) void BlockedInHere(const std::shared_future<void>& rel
     release.wait();
 }
 
-}  // namespace
-
-TEST(StackText, AnotherThreadShowsWhereItIsBlocked) {
-    std::atomic<uint32_t> tid{0};
-    std::promise<void> release;
-    std::thread blocked([&tid, done = release.get_future().share()] {
-        tid = os::CurrentThreadId();
-        BlockedInHere(done);
-    });
-    while (!tid) std::this_thread::yield();
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    AllLines walker;
-    EXPECT_TRUE(walker.ShowCallstack(tid));
-    EXPECT_NE(std::string::npos, walker.text.find("BlockedInHere")) << walker.text;
-    release.set_value();
-    blocked.join();
-
-    // Gone, or in another process (1 is init's thread): no walk, no lines.
-    AllLines gone, foreign;
-    EXPECT_FALSE(gone.ShowCallstack(tid));
-    EXPECT_FALSE(foreign.ShowCallstack(1));
-    EXPECT_EQ("", gone.text + foreign.text);
-}
-
-namespace {
-
 char g_inHandler[8192];
 
 __attribute__((noinline)) int WalkAtTheBottom() {
@@ -187,7 +161,28 @@ __attribute__((noinline)) void RaisesTheSignal() {
 
 }  // namespace
 
-TEST(StackText, BadStacksEndTheWalkWithoutASecondCrash) {
+TEST(StackText, AnotherThreadShowsWhereItIsBlockedAndBadStacksEndTheWalk) {
+    std::atomic<uint32_t> tid{0};
+    std::promise<void> release;
+    std::thread blocked([&tid, done = release.get_future().share()] {
+        tid = os::CurrentThreadId();
+        BlockedInHere(done);
+    });
+    while (!tid) std::this_thread::yield();
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    AllLines walker;
+    EXPECT_TRUE(walker.ShowCallstack(tid));
+    EXPECT_NE(std::string::npos, walker.text.find("BlockedInHere")) << walker.text;
+    release.set_value();
+    blocked.join();
+
+    // Gone, or in another process (1 is init's thread): no walk, no lines.
+    AllLines gone, foreign;
+    EXPECT_FALSE(gone.ShowCallstack(tid));
+    EXPECT_FALSE(foreign.ShowCallstack(1));
+    EXPECT_EQ("", gone.text + foreign.text);
+
+    // Bad stacks end the walk without a second crash.
     const std::string clobbered = WalkThroughClobberedFrame();
     EXPECT_NE(std::string::npos, clobbered.find("WalkThroughClobberedFrame")) << clobbered;
     EXPECT_EQ(std::string::npos, clobbered.find("TestBody")) << clobbered;  // nothing past it

@@ -47,7 +47,7 @@ TEST(LazyGlobalConcurrency, RacingThreadsBuildTheObjectOnce) {
     EXPECT_EQ(0, reports.Count());
 }
 
-TEST(MutexConcurrency, ProtectsACounterAcrossThreads) {
+TEST(LockConcurrency, MutexAndSpinLocksProtectACounterAcrossThreads) {
     ReportCapture reports;
     Mutex m;
     long counter = 0;
@@ -66,21 +66,19 @@ TEST(MutexConcurrency, ProtectsACounterAcrossThreads) {
     for (std::thread& t : threads) t.join();
     EXPECT_EQ(160000, counter);
     EXPECT_EQ(0, reports.Count());
-}
 
-TEST(SpinLockConcurrency, YieldingAndSleepingLocksExclude) {
     static OSSpinLock lock;
-    long counter = 0;
-    std::vector<std::thread> threads;
+    long spinCounter = 0;
+    std::vector<std::thread> spinThreads;
     for (int t = 0; t < 4; ++t)
-        threads.emplace_back([&, t] {
+        spinThreads.emplace_back([&, t] {
             for (int i = 0; i < 2000; ++i) {
                 AutoSpinLock guard(&lock, t % 2);
-                ++counter;
+                ++spinCounter;
             }
         });
-    for (std::thread& t : threads) t.join();
-    EXPECT_EQ(8000, counter);
+    for (std::thread& t : spinThreads) t.join();
+    EXPECT_EQ(8000, spinCounter);
 }
 
 }  // namespace

@@ -11,8 +11,10 @@ std::string Bytes(const Binary& b) {
     return b.Data() ? std::string(reinterpret_cast<const char*>(b.Data()), b.Size()) : "";
 }
 
-// Both forms of an allocation source, counting what goes through them.
+// Both forms of an allocation source, counting what goes through them; the
+// function refuses every allocation while g_refuse is set.
 int g_functionAllocs = 0, g_functionFrees = 0;
+bool g_refuse = false;
 void* CountingFunction(void* block, size_t bytes) {
     if (block) {
         ++g_functionFrees;
@@ -20,16 +22,6 @@ void* CountingFunction(void* block, size_t bytes) {
         return nullptr;
     }
     ++g_functionAllocs;
-    return malloc(bytes);
-}
-
-// Refuses every allocation while set.
-bool g_refuse = false;
-void* RefusingFunction(void* block, size_t bytes) {
-    if (block) {
-        free(block);
-        return nullptr;
-    }
     return g_refuse ? nullptr : malloc(bytes);
 }
 
@@ -71,7 +63,7 @@ TEST(Binary, EmptyObjectsShareOneEntityCopiesShareUntilOneWrites) {
     EXPECT_TRUE(b2.HoldsEmptyEntity());
 }
 
-TEST(Binary, SetFromItsOwnBlock) {
+TEST(Binary, SetFromItsOwnBlockAndFixedBlocksAreReadOnly) {
     ReportCapture reports;
     Binary b;
     b.Set("0123456789", 10);
@@ -86,24 +78,22 @@ TEST(Binary, SetFromItsOwnBlock) {
     EXPECT_TRUE(b.Set(shared.Data() + 1, 3));  // the shared block survives the write
     EXPECT_EQ("456", Bytes(b));
     EXPECT_EQ("34567", Bytes(shared));
-}
 
-TEST(Binary, FixedBlocksAreReadOnly) {
-    ReportCapture reports;
+    // Fixed blocks are read-only.
     char fixed[] = "fixed";
-    Binary b;
-    ASSERT_TRUE(b.Attach(fixed, 5, xbinary_fixed));
-    EXPECT_TRUE(b.IsFixed());
-    EXPECT_EQ(nullptr, b.Get());
-    EXPECT_FALSE(b.Set("x", 1));
-    EXPECT_FALSE(b.SetLength(2, true));
-    EXPECT_FALSE(b.Clear());
+    Binary fixedBin;
+    ASSERT_TRUE(fixedBin.Attach(fixed, 5, xbinary_fixed));
+    EXPECT_TRUE(fixedBin.IsFixed());
+    EXPECT_EQ(nullptr, fixedBin.Get());
+    EXPECT_FALSE(fixedBin.Set("x", 1));
+    EXPECT_FALSE(fixedBin.SetLength(2, true));
+    EXPECT_FALSE(fixedBin.Clear());
     EXPECT_EQ(4, reports.Count("(false)"));
-    EXPECT_EQ("fixed", Bytes(b));
-    EXPECT_TRUE(b.SetLength(5, true));  // the present size: nothing to change
+    EXPECT_EQ("fixed", Bytes(fixedBin));
+    EXPECT_TRUE(fixedBin.SetLength(5, true));  // the present size: nothing to change
 }
 
-TEST(Binary, BothAllocatorFormsAndTheLastReferenceFreesOnlyOwnedBlocks) {
+TEST(Binary, BothAllocatorFormsFreeOnlyOwnedBlocksAndARefusalKeepsTheOldContents) {
     CountingSource source;
     char foreign[4] = {'a', 'b', 'c', 'd'};
     {
@@ -125,19 +115,17 @@ TEST(Binary, BothAllocatorFormsAndTheLastReferenceFreesOnlyOwnedBlocks) {
     }
     EXPECT_EQ(3, g_functionAllocs);
     EXPECT_EQ(g_functionAllocs, g_functionFrees);
-}
 
-// A refused allocation keeps the old contents, whether the source lies inside the
-// block or outside it (the block would otherwise leak, which ASan reports).
-TEST(Binary, ARefusedAllocationKeepsTheOldContents) {
+    // A refused allocation keeps the old contents, whether the source lies inside the
+    // block or outside it (the block would otherwise leak, which ASan reports).
     ReportCapture reports;
-    Binary b{BinaryAllocator(&RefusingFunction)};
-    ASSERT_TRUE(b.Set("old", 3));
+    Binary refused{BinaryAllocator(&CountingFunction)};
+    ASSERT_TRUE(refused.Set("old", 3));
     g_refuse = true;
-    EXPECT_FALSE(b.Set("longer", 6));
-    EXPECT_FALSE(b.Set(b.Data() + 1, 2));
+    EXPECT_FALSE(refused.Set("longer", 6));
+    EXPECT_FALSE(refused.Set(refused.Data() + 1, 2));
     g_refuse = false;
-    EXPECT_EQ("old", Bytes(b));
+    EXPECT_EQ("old", Bytes(refused));
     EXPECT_EQ(2, reports.Count("(false)"));
 }
 

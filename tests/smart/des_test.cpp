@@ -30,15 +30,13 @@ std::string Encipher(const char* key, int keyLen, const char* hexBlock) {
     return out;
 }
 
-TEST(Des, AKeyTextFoldsOntoEightBytes) {
+TEST(Des, KeyTextsFoldOntoEightBytesAndBlocksAgreeWithOpenSsl) {
     // A key text folds onto 8 bytes: a 9th byte adds to byte 0 ('1' + '1' = 'b').
     EXPECT_EQ(Encipher("b2345678", 8, "0102030405060708"),
               Encipher("123456781", 9, "0102030405060708"));
     EXPECT_EQ(Encipher("ab\0\0\0\0\0\0", 8, "0102030405060708"),
               Encipher("ab", -1, "0102030405060708"));
-}
 
-TEST(Des, AgreesWithOpenSslOnRandomKeysAndBlocks) {
     OSSL_PROVIDER* legacy = OSSL_PROVIDER_load(nullptr, "legacy");
     EVP_CIPHER* cipher = EVP_CIPHER_fetch(nullptr, "DES-ECB", nullptr);
     EVP_CIPHER_CTX* ctx = EVP_CIPHER_CTX_new();
@@ -65,7 +63,7 @@ TEST(Des, AgreesWithOpenSslOnRandomKeysAndBlocks) {
     OSSL_PROVIDER_unload(legacy);
 }
 
-TEST(DesFrame, LayoutByteForByteAndRoundTrips) {
+TEST(DesFrame, LayoutByteForByteRoundTripsAndRefusals) {
     // "abc": 61 62 63, padding 00, sum 0x126 as 26 01 00 00, enciphered under
     // "12345678" (openssl enc -des-ecb -K 3132333435363738 -nopad).
     Des des("12345678");
@@ -91,22 +89,21 @@ TEST(DesFrame, LayoutByteForByteAndRoundTrips) {
     EncryptStr(wideHex, u"钥匙", u"中文 text");
     EXPECT_EQ(2u * (4 + 24), wideHex.size());  // 9 units, 18 bytes + 4 -> 24
     EXPECT_EQ(u"中文 text", DecryptStr(wideText, u"钥匙", wideHex.c_str()));
-}
 
-TEST(DesFrame, RefusesWrongKeyAndMalformedFrames) {
-    Des des("right"), other("wrong");
-    Binary frame, plain;
-    ASSERT_TRUE(des.EndesExact("secret text", 11, frame));
-    EXPECT_EQ(-1, other.DedesEx(frame.Data(), plain, frame.Size()));
-    EXPECT_FALSE(other.DedesExact(frame.Data(), plain, frame.Size()));
-    frame.Get()[9] ^= 0x10;
-    EXPECT_EQ(-1, des.DedesEx(frame.Data(), plain, frame.Size()));
+    // A wrong key and malformed frames are refused.
+    Des right("right"), other("wrong");
+    Binary sealed, opened;
+    ASSERT_TRUE(right.EndesExact("secret text", 11, sealed));
+    EXPECT_EQ(-1, other.DedesEx(sealed.Data(), opened, sealed.Size()));
+    EXPECT_FALSE(other.DedesExact(sealed.Data(), opened, sealed.Size()));
+    sealed.Get()[9] ^= 0x10;
+    EXPECT_EQ(-1, right.DedesEx(sealed.Data(), opened, sealed.Size()));
 
     unsigned char header[24] = {12};  // not a multiple of 8
-    EXPECT_EQ(-1, des.DedesEx(header, plain, sizeof header));
+    EXPECT_EQ(-1, right.DedesEx(header, opened, sizeof header));
     header[0] = 16;  // more than the frame holds
-    EXPECT_EQ(-1, des.DedesEx(header, plain, 12));
-    EXPECT_EQ(-1, des.DedesEx(header, plain, 3));
+    EXPECT_EQ(-1, right.DedesEx(header, opened, 12));
+    EXPECT_EQ(-1, right.DedesEx(header, opened, 3));
 }
 
 }  // namespace

@@ -126,7 +126,7 @@ TEST_F(FileSearch, OverlappingStartsAreWalkedOnce) {
     }
 }
 
-TEST_F(FileSearch, ExclusionsSkipEntriesAndTheVisitorSeesThem) {
+TEST_F(FileSearch, ExclusionsSkipEntriesTheVisitorSeesThemAndAFalseCallbackEndsTheWalk) {
     // Excluded attributes: skipped silently, a directory is not entered either.
     EXPECT_TRUE(Search("a", "*", 10000, 0x10));
     EXPECT_EQ((std::vector<std::string>{"a/.hidden.txt", "a/f1.txt", "a/g.log"}),
@@ -142,9 +142,8 @@ TEST_F(FileSearch, ExclusionsSkipEntriesAndTheVisitorSeesThem) {
     EXPECT_EQ((std::vector<std::string>{"a/.hidden.txt", "a/f1.txt"}), Sorted(seen_.found));
     // Not matching the patterns is no exclusion: "passed" is false all the same.
     EXPECT_EQ(1, std::count(seen_.visited.begin(), seen_.visited.end(), "a/g.log-"));
-}
 
-TEST_F(FileSearch, AFalseCallbackEndsTheWalk) {
+    // A false callback ends the walk.
     seen_.refuse.insert("a/b/");
     EXPECT_FALSE(Search("a|c", "*", 10000));
     EXPECT_EQ(0, std::count(seen_.found.begin(), seen_.found.end(), "a/b/f2.txt"));
@@ -156,16 +155,15 @@ TEST_F(FileSearch, AFalseCallbackEndsTheWalk) {
     EXPECT_EQ(1, reports.Count("(false)"));
 }
 
-TEST_F(FileSearch, ConvertTreeToCrLfAddsTheMissingCarriageReturns) {
+TEST_F(FileSearch, TreeToolsAddCarriageReturnsAndDropBlanksBeforeLineEnds) {
     Write(dir_.Path() / "a/f1.txt", "a\nb\r\nc\n\n");
     Write(dir_.Path() / "a/b/f2.txt", "\n");
     EXPECT_TRUE(ConvertTreeToCrLf((dir_ / "a").c_str(), "*.txt", true));
     EXPECT_EQ("a\r\nb\r\nc\r\n\r\n", Contents(dir_.Path() / "a/f1.txt"));
     EXPECT_EQ("\r\n", Contents(dir_.Path() / "a/b/f2.txt"));
     EXPECT_EQ("a/g.log", Contents(dir_.Path() / "a/g.log"));
-}
 
-TEST_F(FileSearch, TrimTreeLineEndsDropsBlanksBeforeLineEnds) {
+    // TrimTreeLineEnds drops blanks before line ends.
     Write(dir_.Path() / "a/f1.txt", "a  \r\nb\t\nc d \t");
     Write(dir_.Path() / "a/.hidden.txt", "hidden \n");
     char failed[kMaxPathChars] = "x";
@@ -173,7 +171,7 @@ TEST_F(FileSearch, TrimTreeLineEndsDropsBlanksBeforeLineEnds) {
     EXPECT_TRUE(TrimTreeLineEnds((dir_ / "a").c_str(), "*.txt", true, failed, &fixed));
     EXPECT_EQ("a\r\nb\nc d", Contents(dir_.Path() / "a/f1.txt"));
     EXPECT_EQ("hidden \n", Contents(dir_.Path() / "a/.hidden.txt"));  // hidden: left alone
-    EXPECT_EQ("a/b/f2.txt", Contents(dir_.Path() / "a/b/f2.txt"));
+    EXPECT_EQ("\r\n", Contents(dir_.Path() / "a/b/f2.txt"));  // nothing to drop
     EXPECT_EQ(1, fixed);
     EXPECT_STREQ("", failed);
     EXPECT_FALSE(fs::exists(dir_.Path() / "a/f1.txt_"));

@@ -80,7 +80,20 @@ TEST(FileStorage, TheSnubberServesASlowReaderFromMemory) {
     EXPECT_LE(g_streamReads, calls / 3 + 4) << g_streamReads << " stream reads for " << calls;
 }
 
-TEST(FileStorage, WritesKeepTheSnubberTrueAndExtendTheFile) {
+// clang-format off
+struct Lines { std::vector<std::string> seen; size_t stopAt = 100; };
+// clang-format on
+bool Collect(void* param, const char* line) {
+    Lines* lines = static_cast<Lines*>(param);
+    lines->seen.push_back(line);
+    return lines->seen.size() < lines->stopAt;
+}
+bool CountChunks(void* param, const unsigned char*, int length) {
+    static_cast<std::vector<int>*>(param)->push_back(length);
+    return true;
+}
+
+TEST(FileStorage, WritesKeepTheSnubberTrueAndExtendTheFileLinesAndChunks) {
     ScratchDir dir("storage");
     const std::string path = dir / "sub/data";
     FileStorage file;
@@ -117,24 +130,9 @@ TEST(FileStorage, WritesKeepTheSnubberTrueAndExtendTheFile) {
     ASSERT_TRUE(file.Open(path.c_str(), FileStorage::kReadOnly, 0));
     EXPECT_EQ(-1, file.Write(0, "x", 1, false, false));
     EXPECT_EQ(4, file.Read(2, got, 10)) << "cut at the end";
-}
 
-// clang-format off
-struct Lines { std::vector<std::string> seen; size_t stopAt = 100; };
-// clang-format on
-bool Collect(void* param, const char* line) {
-    Lines* lines = static_cast<Lines*>(param);
-    lines->seen.push_back(line);
-    return lines->seen.size() < lines->stopAt;
-}
-bool CountChunks(void* param, const unsigned char*, int length) {
-    static_cast<std::vector<int>*>(param)->push_back(length);
-    return true;
-}
-
-TEST(FileStorage, LinesAndChunks) {
-    ScratchDir dir("storage");
-    const std::string path = dir / "text";
+    // The line and chunk readers.
+    const std::string textPath = dir / "text";
     struct Case {
         std::string text;
         size_t stopAt;
@@ -148,16 +146,16 @@ TEST(FileStorage, LinesAndChunks) {
         {"a\nb\nc", 2, true, {"a", "b", "b\nc"}},
     };
     for (const Case& c : cases) {
-        Write(path, c.text);
+        Write(textPath, c.text);
         Lines lines;
         lines.stopAt = c.stopAt;
-        EXPECT_EQ(c.result, ReadFileLines(path.c_str(), Collect, &lines));
+        EXPECT_EQ(c.result, ReadFileLines(textPath.c_str(), Collect, &lines));
         EXPECT_EQ(c.lines, lines.seen) << c.text;
     }
-    Write(path, std::string(2500, 'x') + "\n\n");
-    EXPECT_EQ(2, CountFileLines(path.c_str()));
+    Write(textPath, std::string(2500, 'x') + "\n\n");
+    EXPECT_EQ(2, CountFileLines(textPath.c_str()));
     std::vector<int> chunks;
-    EXPECT_TRUE(ReadFileInChunks(path.c_str(), CountChunks, &chunks, 1000));
+    EXPECT_TRUE(ReadFileInChunks(textPath.c_str(), CountChunks, &chunks, 1000));
     EXPECT_EQ((std::vector<int>{1000, 1000, 502}), chunks);
     EXPECT_EQ(-1, CountFileLines((dir / "missing").c_str()));
 }

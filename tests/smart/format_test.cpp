@@ -120,7 +120,7 @@ TEST(NarrowFormat, FixedMatchesForDoublesOfEveryMagnitude) {
     fesetround(FE_TONEAREST);
 }
 
-TEST(NarrowFormat, LeavesTheRareFormsToTheCLibrary) {
+TEST(NarrowFormat, LeavesTheRareFormsToTheCLibraryAndCutsAtTheCapacityAsIt) {
     ExpectAsCLibrary("%1$d-%1$d", 7);
     ExpectAsCLibrary("%'d|%'.2f", 1234567, 1234.5);
     ExpectAsCLibrary("%ls|%lc|%S", L"wide", static_cast<wint_t>(L'w'), L"S");
@@ -132,9 +132,8 @@ TEST(NarrowFormat, LeavesTheRareFormsToTheCLibrary) {
     ExpectAsCLibrary("%5%|%-3%|");
     ExpectAsCLibrary("%Ld %hhs %y %", 5LL, "x");
     ExpectAsCLibrary("%700e|%.200f", 1.5, 1e300);
-}
 
-TEST(NarrowFormat, CutsAtTheCapacityAsTheCLibrary) {
+    // Cut at the capacity.
     for (size_t capacity : {0, 1, 2, 5, 9, 10, 11, 40})
         ExpectAsCLibraryIn(capacity, "%s=%05d|%.2f|%c", "key", 42, 3.14159, 'z');
     ExpectAsCLibraryIn(3, "%ls", L"left to the C library");
@@ -150,7 +149,7 @@ std::u16string Wide(const char16_t* fmt, Args... args) {
     return written < 0 ? u"<invalid>" : std::u16string(out, static_cast<size_t>(written));
 }
 
-TEST(WideFormat, StringsAndCharactersFollowTheWideRules) {
+TEST(WideFormat, StringsAndCharactersFollowTheWideRulesWithWidthAndPrecision) {
     const char16_t* noWide = nullptr;
     const char* noNarrow = nullptr;
     EXPECT_EQ(u"中文|日本|ab|cd", Wide(u"%s|%S|%ls|%hs", u"中文", "日本", u"ab", "cd"));
@@ -159,9 +158,7 @@ TEST(WideFormat, StringsAndCharactersFollowTheWideRules) {
     EXPECT_EQ(u"\xFFFD|\xFFFD", Wide(u"%C|%S", '\xE4', "\xFF"));  // not UTF-8 on its own
     EXPECT_EQ(u"%|100%", Wide(u"%%|%d%%", 100));
     EXPECT_EQ(u"中=b   2.2", Wide(u"%s=%S %5.1f", u"中", "b", 2.25));
-}
 
-TEST(WideFormat, WidthAndPrecisionOfStrings) {
     EXPECT_EQ(u"  ab|ab  |00ab", Wide(u"%4s|%-4s|%04s", u"ab", u"ab", u"ab"));
     EXPECT_EQ(u"ab|abc|   中", Wide(u"%.2s|%.*S|%*S", u"abcd", 3, "abcdef", 4, "中"));
     EXPECT_EQ(u"ab  ", Wide(u"%*s", -4, u"ab"));  // a negative width justifies left
@@ -173,7 +170,7 @@ TEST(WideFormat, WidthAndPrecisionOfStrings) {
     EXPECT_EQ(u"a中", Wide(u"%.4S", "a中"));
 }
 
-TEST(WideFormat, NumbersAreCs) {
+TEST(WideFormat, NumbersAreCsInvalidFormatsAndTooSmallABufferGiveMinusOne) {
     EXPECT_EQ(u"-42|42|2a|2A|52|+7| 7|007",
               Wide(u"%d|%u|%x|%X|%o|%+d|% d|%03d", -42, 42u, 42, 42, 42, 7, 7, 7));
     EXPECT_EQ(u"-1|255|65535", Wide(u"%hhd|%hhu|%hu", -1, 255, 65535));  // h is not %hs
@@ -188,9 +185,7 @@ TEST(WideFormat, NumbersAreCs) {
     char16_t wide[700];
     EXPECT_EQ(601, FormatWide(wide, 700, u"%601d", 1));
     EXPECT_EQ(std::u16string(600, u' ') + u"1", std::u16string(wide));
-}
 
-TEST(WideFormat, InvalidFormatsAndTooSmallABufferGiveMinusOne) {
     int n = 0;
     for (const char16_t* fmt :
          {u"%n", u"%k", u"abc%", u"%99999999999d", u"%1$d", u"%Ld", u"%\x4E2D"})

@@ -28,9 +28,7 @@ std::string Get(const IniReader& ini, const char* section, const char* key) {
 TEST(IniSyntax, LinesSectionsAndKeys) {
     const struct {
         std::string text;
-        const char* section;
-        const char* key;
-        const char* value;
+        const char *section, *key, *value;
     } cases[] = {
         {"[s]\n \t k \t= \t v 1\t \n", "s", "k", "v 1"},  // trimmed
         {"[ \ts ]\rk=v", "s", "k", "v"},                  // CR ends a line too
@@ -56,7 +54,7 @@ TEST(IniSyntax, LinesSectionsAndKeys) {
     EXPECT_EQ(1, reports.Count("(false)"));  // the key with '#'
 }
 
-TEST(IniGetString, CopiesWhatFitsAndTerminates) {
+TEST(IniLookups, GetStringCopiesWhatFitsGetIntReadsAsAtoiAndClampsWhenAsked) {
     const IniReader ini(Written("[s]\nk=abcdef\n"));
     char out[8] = "*******";
     EXPECT_EQ(0, ini.GetString("s", "k", "", out, 0));
@@ -72,22 +70,20 @@ TEST(IniGetString, CopiesWhatFitsAndTerminates) {
     EXPECT_EQ(0, ini.GetString("s", "a#b", "dflt", out, 8));
     EXPECT_STREQ("", out);
     EXPECT_EQ(1, reports.Count("(false)"));
-}
 
-TEST(IniGetInt, ReadsAsAtoiAndClampsWhenAsked) {
-    const IniReader ini(
+    // GetInt reads as atoi does, and clamps when asked.
+    const IniReader numbers(
         Written("[n]\na=12x\nb=abc\nc=\nd=0x10\ne=-1\nf=99999999999\ng=-99999999999\nh=+7\n"
                 "i=1234567890123456789012345678901234\n"));
     const std::pair<const char*, int> cases[] = {
         {"a", 12},      {"b", 0},       {"c", 0}, {"d", 0},       {"e", -1},
         {"f", INT_MAX}, {"g", INT_MIN}, {"h", 7}, {"i", INT_MAX}, {"absent", 42}};
-    for (const auto& c : cases) EXPECT_EQ(c.second, ini.GetInt("n", c.first, 42)) << c.first;
+    for (const auto& c : cases) EXPECT_EQ(c.second, numbers.GetInt("n", c.first, 42)) << c.first;
 
-    EXPECT_EQ(10, ini.GetInt("n", "f", 5, true, 1, 10));
-    EXPECT_EQ(1, ini.GetInt("n", "b", 5, true, 1, 10));
-    EXPECT_EQ(5, ini.GetInt("n", "absent", 5, true, 1, 10));
-    ReportCapture reports;
-    EXPECT_EQ(10, ini.GetInt("n", "absent", 50, true, 1, 10));
+    EXPECT_EQ(10, numbers.GetInt("n", "f", 5, true, 1, 10));
+    EXPECT_EQ(1, numbers.GetInt("n", "b", 5, true, 1, 10));
+    EXPECT_EQ(5, numbers.GetInt("n", "absent", 5, true, 1, 10));
+    EXPECT_EQ(10, numbers.GetInt("n", "absent", 50, true, 1, 10));
     EXPECT_EQ(1, reports.Count("(minVal<=defaultVal && defaultVal<=maxVal)"));
 }
 

@@ -50,7 +50,7 @@ TEST(LinePoints, MatchesBresenhamInEveryOctant) {
     EXPECT_EQ(1, reports.Count());
 }
 
-TEST(ClipLineToRect, CutsExactlyOrRejects) {
+TEST(LineGeometry, ClipCutsExactlyOrRejectsNearnessAndBands) {
     const QDRect box{0, 0, 10, 10}, far{INT_MAX - 10, INT_MIN, INT_MAX, INT_MIN + 10};
     struct {
         std::vector<int> line;
@@ -79,9 +79,8 @@ TEST(ClipLineToRect, CutsExactlyOrRejects) {
         if (!ClipLineToRect(p[0], p[1], p[2], p[3], c.rect)) p.clear();
         EXPECT_EQ(c.clipped, p) << c.line[0] << "," << c.line[1];
     }
-}
 
-TEST(LineNearness, PointsAndBands) {
+    // Nearness of points, and the band around a line.
     ReportCapture reports;
     const int lo = INT_MIN, hi = INT_MAX;
     // {x1, y1, x2, y2, px, py, tolerance, near}

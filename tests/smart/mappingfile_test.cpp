@@ -27,22 +27,20 @@ std::string View(const MappingFile& map) {
     return std::string(static_cast<const char*>(map.GetAddress()), map.GetMappedSize());
 }
 
-TEST(MappingFile, RefusesWhatCannotBeMappedAndLeavesNothingOpen) {
+TEST(MappingFile, RefusesWhatCannotBeMappedViewsReadWriteAndCopyOnWrite) {
     ScratchDir dir("mapping");
     ASSERT_EQ(0, ChildProcess({"/usr/bin/mkfifo", dir / "fifo"}).Wait());
     fs::create_directory(dir / "sub");
     const std::string longPath = dir.Text() + "/" + std::string(511 - dir.Text().size(), 'x');
     ASSERT_EQ(512u, longPath.size());
-    struct Case {
-        std::string path;
-        int reports;
-    } cases[] = {{dir / "missing", 0}, {dir / "sub", 0}, {dir / "fifo", 0}, {longPath, 1}};
-    for (const Case& c : cases) {
+    const std::pair<std::string, int> cases[] = {
+        {dir / "missing", 0}, {dir / "sub", 0}, {dir / "fifo", 0}, {longPath, 1}};
+    for (const auto& [path, reports] : cases) {
         ReportCapture capture;
         MappingFile map;
-        EXPECT_FALSE(map.Open(c.path.c_str(), false, 0, 0, false, nullptr, false)) << c.path;
+        EXPECT_FALSE(map.Open(path.c_str(), false, 0, 0, false, nullptr, false)) << path;
         EXPECT_FALSE(map.IsOpened());
-        EXPECT_EQ(c.reports, capture.Count("(len < kMaxPathChars)")) << c.path;
+        EXPECT_EQ(reports, capture.Count("(len < kMaxPathChars)")) << path;
     }
 
     Write(dir / "empty", "");
@@ -56,10 +54,8 @@ TEST(MappingFile, RefusesWhatCannotBeMappedAndLeavesNothingOpen) {
     EXPECT_EQ(1, capture.Count("(false)"));
     EXPECT_FALSE(empty.MapView(0, 0));
     EXPECT_EQ(2, capture.Count("(false)"));
-}
 
-TEST(MappingFile, ViewsReadWriteAndCopyOnWrite) {
-    ScratchDir dir("mapping");
+    // Views, read-write and copy-on-write.
     const std::string path = dir / "data", data = Pattern(10000);
     Write(path, data);
 
@@ -125,7 +121,7 @@ TEST_F(SharedMap, TwoProcessesSeeTheSameRecordsAndTheNameGoesWithThem) {
     EXPECT_FALSE(fs::exists(Shm()));
 }
 
-TEST_F(SharedMap, JoinersMustFitAndTheLastUserOfTheMakerUnlinks) {
+TEST_F(SharedMap, JoinersMustFitTheLastUserOfTheMakerUnlinksAKilledMakersMapIsTakenOver) {
     MappingFile first, second;
     ASSERT_TRUE(first.Open(nullptr, true, 0, 4096, false, name_.c_str(), false));
     EXPECT_TRUE(first.IsCreated());
@@ -148,9 +144,8 @@ TEST_F(SharedMap, JoinersMustFitAndTheLastUserOfTheMakerUnlinks) {
     EXPECT_TRUE(fs::exists(Shm())) << "another user in this process";
     second.Close();
     EXPECT_FALSE(fs::exists(Shm()));
-}
 
-TEST_F(SharedMap, AMapLeftByAKilledProcessIsTakenOver) {
+    // A map left by a killed process is taken over.
     {
         ChildProcess holder(Peer("hold", 4096));
         EXPECT_EQ("open 1 created 1", FirstLine(holder));
@@ -158,12 +153,12 @@ TEST_F(SharedMap, AMapLeftByAKilledProcessIsTakenOver) {
         holder.Wait();
     }
     EXPECT_TRUE(fs::exists(Shm()));
-    MappingFile map;
-    ASSERT_TRUE(map.Open(nullptr, true, 0, 8192, false, name_.c_str(), false));
-    EXPECT_TRUE(map.IsCreated());
-    EXPECT_EQ(8192u, map.GetMappedSize());
-    static_cast<char*>(map.GetAddress())[8191] = 1;
-    map.Close();
+    MappingFile third;
+    ASSERT_TRUE(third.Open(nullptr, true, 0, 8192, false, name_.c_str(), false));
+    EXPECT_TRUE(third.IsCreated());
+    EXPECT_EQ(8192u, third.GetMappedSize());
+    static_cast<char*>(third.GetAddress())[8191] = 1;
+    third.Close();
     EXPECT_FALSE(fs::exists(Shm()));
 }
 

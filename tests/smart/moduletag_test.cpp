@@ -4,7 +4,6 @@
 
 #include <filesystem>
 
-#include <fstream>
 #include <string>
 
 #include "moduleinfo.h"
@@ -28,7 +27,7 @@ std::string Tag(int width, const std::string& info, const std::string& prefix = 
 }
 
 std::string ReadTag(const ScratchDir& dir, const std::string& image, std::string* suffix) {
-    std::ofstream(dir / "m.so", std::ios::binary) << image;
+    Write(dir / "m.so", image);
     char info[kModuleTagInfoChars + 1], suf[kModuleTagSuffixChars + 1];
     if (!ReadModuleTagFile((dir / "m.so").c_str(), info, suf)) return "(none)";
     *suffix = suf;
@@ -37,32 +36,27 @@ std::string ReadTag(const ScratchDir& dir, const std::string& image, std::string
 
 }  // namespace
 
-TEST(ModuleTag, TrimsThePaddingAtBothEnds) {
+TEST(ModuleTag, TrimsThePaddingAndIsFoundInEachWidthBehindFalseMarkers) {
     char out[kModuleTagInfoChars + 1];
     const std::string padded = " \t`abc` \r\n" + std::string(54, '`');
     EXPECT_STREQ("abc", TrimModuleTagInfo(padded.c_str(), out));
     EXPECT_STREQ("", TrimModuleTagInfo(std::string(64, '`').c_str(), out));
     const std::string full(64, 'z');  // no padding, no terminator needed behind it
     EXPECT_EQ(full, TrimModuleTagInfo((full + "|ModuleInfoEnd").c_str(), out));
-}
 
-TEST(ModuleTag, FoundInEachWidthBehindFalseMarkers) {
     ScratchDir dir("moduletag");
     const std::string markersOnly = "xxModuleInfoBegin|short|ModuleInfoEnd";
     const std::string zeroInside = Tag(1, std::string(10, 'a') + '\0' + std::string(53, 'a'));
-    struct Case {
-        std::string image;
-        int width;
-    } cases[] = {{Tag(1, kInfo, markersOnly), 1},
-                 {zeroInside + Tag(1, kInfo), 1},
-                 {Tag(2, kInfo, "odd"), 2},
-                 {Tag(4, kInfo, markersOnly), 4}};
-    for (const Case& c : cases) {
+    const std::pair<std::string, int> cases[] = {{Tag(1, kInfo, markersOnly), 1},
+                                                 {zeroInside + Tag(1, kInfo), 1},
+                                                 {Tag(2, kInfo, "odd"), 2},
+                                                 {Tag(4, kInfo, markersOnly), 4}};
+    for (const auto& [image, expectedWidth] : cases) {
         int width = 0;
-        EXPECT_NE(nullptr, FindModuleTag(c.image.data(), static_cast<int>(c.image.size()), &width));
-        EXPECT_EQ(c.width, width);
+        EXPECT_NE(nullptr, FindModuleTag(image.data(), static_cast<int>(image.size()), &width));
+        EXPECT_EQ(expectedWidth, width);
         std::string suffix;
-        EXPECT_EQ("MIDKIT_9.9", ReadTag(dir, c.image, &suffix));
+        EXPECT_EQ("MIDKIT_9.9", ReadTag(dir, image, &suffix));
         EXPECT_EQ("1234ABCD", suffix);
     }
     std::string suffix;
@@ -71,7 +65,7 @@ TEST(ModuleTag, FoundInEachWidthBehindFalseMarkers) {
     EXPECT_EQ("(none)", ReadTag(dir, "", &suffix));
 }
 
-TEST(ModuleHandles, LookupsAndTheTagOfALoadedLibrary) {
+TEST(ModuleHandles, LookupsTheTagOfALoadedLibraryPathsModulesOfAProcessAndSameNames) {
     const ModuleHandle self = GetThisModuleHandle();
     EXPECT_NE(0u, self);
     EXPECT_TRUE(IsModuleHandle(self));
@@ -98,9 +92,8 @@ TEST(ModuleHandles, LookupsAndTheTagOfALoadedLibrary) {
     char small[4];
     EXPECT_EQ(nullptr, GetThisModuleFileName(small, sizeof(small)));  // it would be cut
     EXPECT_STREQ("", small);
-}
 
-TEST(ModuleHandles, ModulesOfAProcessAndSameNames) {
+    // The modules of a process, and names of the same module.
     std::vector<std::string> seen;
     auto collect = [](void* param, const char* path) {
         static_cast<std::vector<std::string>*>(param)->push_back(path);

@@ -44,7 +44,7 @@ TEST(SmartArrayCapacity, DoublesBelow128MiBThenStepsBy128MiBInSequencesBySize) {
     EXPECT_EQ((std::vector<int>{1, 2, 3, 4, 32}), (CapacitySequence<int, 4>(5)));
 }
 
-TEST(SmartArrayCapacity, GoesToTheHeapPastStackLenAndComesBackWhenEmptied) {
+TEST(SmartArrayCapacity, GoesToTheHeapAndBackShrinksWithADeadBandAndSetMaxLength) {
     ReportCapture reports;  // each change of the block tests the representation
     SmartArray<int, 16> a;
     for (int i = 0; i < 16; ++i) a.push_back(i);
@@ -60,29 +60,27 @@ TEST(SmartArrayCapacity, GoesToTheHeapPastStackLenAndComesBackWhenEmptied) {
     a.clear();
     EXPECT_EQ(0, a.MaxLength());
     EXPECT_EQ(0, reports.Count());
-}
 
-TEST(SmartArrayCapacity, ShrinkKeepsADeadBandAndSetMaxLengthIsRefusedBelowTheItems) {
-    ReportCapture reports;
-    SmartArray<int, 0> a;
-    for (int i = 0; i < 40; ++i) a.push_back(i);
-    a.RemoveAt(0, 22);  // 18 items: the last insertion of 18 would have asked for 64
-    EXPECT_EQ(64, a.MaxLength());
-    a.RemoveAt(0, 1);  // 17 items
-    EXPECT_EQ(32, a.MaxLength());
-    a.push_back(1);
-    a.RemoveAt(17, 1);  // back and forth at the boundary without reallocating
-    EXPECT_EQ(32, a.MaxLength());
-    int* block = a.begin();
-    a.SetMaxLength(5);  // silently
-    EXPECT_EQ(block, a.begin());
-    a.SetMaxLength(17);  // exact
-    EXPECT_EQ(17, a.MaxLength());
-    EXPECT_EQ(39, a[16]);
+    // A shrink keeps a dead band; SetMaxLength is refused below the items.
+    SmartArray<int, 0> b;
+    for (int i = 0; i < 40; ++i) b.push_back(i);
+    b.RemoveAt(0, 22);  // 18 items: the last insertion of 18 would have asked for 64
+    EXPECT_EQ(64, b.MaxLength());
+    b.RemoveAt(0, 1);  // 17 items
+    EXPECT_EQ(32, b.MaxLength());
+    b.push_back(1);
+    b.RemoveAt(17, 1);  // back and forth at the boundary without reallocating
+    EXPECT_EQ(32, b.MaxLength());
+    int* block = b.begin();
+    b.SetMaxLength(5);  // silently
+    EXPECT_EQ(block, b.begin());
+    b.SetMaxLength(17);  // exact
+    EXPECT_EQ(17, b.MaxLength());
+    EXPECT_EQ(39, b[16]);
     EXPECT_EQ(0, reports.Count());
-    a[17];  // operator[] is bounded by the live items, not the capacity
-    a.SetMaxLength(20);
-    a[17];
+    b[17];  // operator[] is bounded by the live items, not the capacity
+    b.SetMaxLength(20);
+    b[17];
     EXPECT_EQ(2, reports.Count("(index >= 0 && index < *valid_cnt_)"));
 }
 
@@ -100,7 +98,7 @@ std::string Join(const A& a) {
     return s;
 }
 
-TYPED_TEST(SelfInsertion, SourceStraddlingBehindOrBeforeTheInsertionPoint) {
+TYPED_TEST(SelfInsertion, SourceInsideTheArrayAlsoWhenTheBlockMoves) {
     // clang-format off
     struct Case { int ins, from, count; const char* expected; } cases[] = {
         {2, 0, 4, "ABABCDCDE"},                          // straddles the insertion point
@@ -118,21 +116,20 @@ TYPED_TEST(SelfInsertion, SourceStraddlingBehindOrBeforeTheInsertionPoint) {
             << "InsertAt(" << c.ins << ", p_ + " << c.from << ", " << c.count << ")";
     }
     EXPECT_EQ(0, reports.Count());
-}
 
-TYPED_TEST(SelfInsertion, ReallocationReadsTheSourceFromTheNewBlock) {
-    SmartArray<TypeParam, 8> a;
-    for (char ch : std::string("ABCDEFGH")) a.push_back(TypeParam{ch});
-    ASSERT_TRUE(a.IsStack());
-    EXPECT_TRUE(a.InsertAt(2, a.begin() + 1, 6));  // inline block to heap, straddling
-    EXPECT_EQ("ABBCDEFGCDEFGH", Join(a));
-    EXPECT_FALSE(a.IsStack());
-    while (a.size() < a.MaxLength()) a.push_back(TypeParam{'x'});
-    const TypeParam* before = a.begin();
-    a.push_back(a[0]);  // a full heap block: the source moves with the items
-    EXPECT_NE(before, a.begin());
-    EXPECT_EQ(TypeParam{'A'}, a[a.size() - 1]);
-    EXPECT_EQ("ABBCDEFGCDEFGH", Join(a).substr(0, 14));
+    // Reallocation reads the source from the new block.
+    SmartArray<TypeParam, 8> b;
+    for (char ch : std::string("ABCDEFGH")) b.push_back(TypeParam{ch});
+    ASSERT_TRUE(b.IsStack());
+    EXPECT_TRUE(b.InsertAt(2, b.begin() + 1, 6));  // inline block to heap, straddling
+    EXPECT_EQ("ABBCDEFGCDEFGH", Join(b));
+    EXPECT_FALSE(b.IsStack());
+    while (b.size() < b.MaxLength()) b.push_back(TypeParam{'x'});
+    const TypeParam* before = b.begin();
+    b.push_back(b[0]);  // a full heap block: the source moves with the items
+    EXPECT_NE(before, b.begin());
+    EXPECT_EQ(TypeParam{'A'}, b[b.size() - 1]);
+    EXPECT_EQ("ABBCDEFGCDEFGH", Join(b).substr(0, 14));
 }
 
 TEST(SmartArrayRules, BrokenArgumentsAreReportedAndChangeNothing) {
@@ -158,7 +155,7 @@ TEST(SmartArrayRules, BrokenArgumentsAreReportedAndChangeNothing) {
     EXPECT_EQ(4, a.size());
 }
 
-TEST(SmartArrayAssign, AssignAndResizeSetAnExactCapacity) {
+TEST(SmartArrayAssign, AssignAndResizeSetAnExactCapacityEraseReturnsWhereItStopped) {
     SmartArray<std::string, 2> a;
     for (int i = 0; i < 20; ++i) a.push_back(std::string(1, 'a' + i));
     a.assign(a.begin() + 5, a.begin() + 8);  // a sub-range of itself
@@ -178,17 +175,15 @@ TEST(SmartArrayAssign, AssignAndResizeSetAnExactCapacity) {
         EXPECT_EQ(count, b.MaxLength());
     }
     EXPECT_TRUE(b.IsStack());
-}
 
-TEST(SmartArrayRemove, EraseReturnsWhereItStopped) {
-    SmartArray<std::string, 0> a;
-    for (int i = 0; i < 20; ++i) a.push_back(std::string(30, 'a' + i));
-    a.RemoveAt(3, 1);
-    EXPECT_EQ(std::string(30, 'e'), a[3]);
+    SmartArray<std::string, 0> c;
+    for (int i = 0; i < 20; ++i) c.push_back(std::string(30, 'a' + i));
+    c.RemoveAt(3, 1);
+    EXPECT_EQ(std::string(30, 'e'), c[3]);
     // erase gives the item now at the old index, or the new end.
-    EXPECT_EQ(std::string(30, 'g'), *a.erase(a.begin() + 4, a.begin() + 5));
-    EXPECT_EQ(a.end(), a.erase(a.begin() + 2, a.end()));
-    EXPECT_EQ(2, a.size());
+    EXPECT_EQ(std::string(30, 'g'), *c.erase(c.begin() + 4, c.begin() + 5));
+    EXPECT_EQ(c.end(), c.erase(c.begin() + 2, c.end()));
+    EXPECT_EQ(2, c.size());
 }
 
 PtrStr P(const char* s) {
@@ -211,7 +206,7 @@ QuickStringValues SetOf(const std::vector<std::string>& keys) {
     return set;
 }
 
-TEST(QuickStringSetOrder, HighBytesSortFirstBelow16UnitsAndLastFrom16) {
+TEST(QuickStringSet, HighBytesSortFirstBelow16UnitsAndLastFrom16OperatorIndexInserts) {
     ReportCapture reports;
     const std::string tail(19, 'a');
     const std::string shortHigh = std::string("\x80") + "bc", shortLow = "Abc";
@@ -231,11 +226,8 @@ TEST(QuickStringSetOrder, HighBytesSortFirstBelow16UnitsAndLastFrom16) {
     EXPECT_LT(set.CompareKeys(longLow.c_str(), 19, longLow.c_str() + 0, 20), 0);
     EXPECT_EQ(0, set.CompareKeys(nullptr, 0, nullptr, 0));
     EXPECT_EQ(0, reports.Count());
-}
 
-// The first value of a key stays (the reader's first value stands); operator[] adds.
-TEST(QuickStringSetInsert, OperatorIndexInserts) {
-    QuickStringValues set;
+    // The first value of a key stays (the reader's first value stands); operator[] adds.
     set.insert(QuickStringItem<PtrStr>(P("k"), P("1")));
     PtrStr& fresh = set[P("new")];
     EXPECT_TRUE(fresh.IsEmpty());

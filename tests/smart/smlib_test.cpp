@@ -17,6 +17,8 @@
 
 namespace {
 
+const std::string kPath = testing::TempDir() + "smlib-" + std::to_string(getpid());
+
 std::vector<unsigned char> RandomBytes(size_t n) {
     std::mt19937 rng(static_cast<unsigned>(n));
     std::vector<unsigned char> v(n + 1);  // + 1: data() is never null
@@ -96,23 +98,21 @@ TEST(CompressedBlock, RefusesDamagedAndHostileBlocks) {
     EXPECT_EQ(2, capture.Count());
 }
 
-TEST(SmallLibrary, SourceTextAndHexReader) {
+TEST(SmallLibrary, SourceTextHexReaderWorkTasksAndRepeatCopy) {
     std::string text, fromFile;
     BinaryToSourceText(text, "abcde", 5, 1, '\t');  // a 17-byte block: two lines
     EXPECT_EQ(1 + 16 * 5 + 2 + 1 + 5, int(text.size()));
     EXPECT_EQ("\t0x05,0x00,0x00,0x80,0x78,", text.substr(0, 26));
     EXPECT_EQ("\r\n\t0x", text.substr(81, 5));
-    const std::string path = ::testing::TempDir() + "source_text.bin";
-    ASSERT_TRUE(WriteWholeTextFileEx(path.c_str(), tft_ansi, "abcde"));
-    EXPECT_EQ(text, FileToSourceText(fromFile, path.c_str(), 1, '\t'));
-    EXPECT_EQ("", FileToSourceText(fromFile, (path + ".none").c_str(), 1, '\t'));
+    ASSERT_TRUE(WriteWholeTextFileEx(kPath.c_str(), tft_ansi, "abcde"));
+    EXPECT_EQ(text, FileToSourceText(fromFile, kPath.c_str(), 1, '\t'));
+    EXPECT_EQ("", FileToSourceText(fromFile, (kPath + ".none").c_str(), 1, '\t'));
 
     Binary bin;  // the reader takes only what BinToHexStr writes
     for (const char* bad : {"0a", "0", "", "0G"}) EXPECT_FALSE(HexStrToBin(bad, bin)) << bad;
-}
 
-TEST(SmallLibrary, WorkTasksPartitionAndRepeatCopy) {
-    for (int tasks = 0; tasks < 12; ++tasks)  // each task once, in rising order
+    // Each task once, in rising order.
+    for (int tasks = 0; tasks < 12; ++tasks)
         for (int workers = 1; workers < 5; ++workers) {
             std::vector<int> all;
             for (int w = 0; w < workers; ++w) {
@@ -132,8 +132,6 @@ TEST(SmallLibrary, WorkTasksPartitionAndRepeatCopy) {
     EXPECT_EQ(buf, RepeatCopy(buf, 5, "ab", 2));
     EXPECT_STREQ("ababa--", buf);
 }
-
-const std::string kPath = testing::TempDir() + "textfile-" + std::to_string(getpid());
 
 // "a\r\n中 😀": U+4E2D is E4 B8 AD, U+1F600 the pair D83D DE00.
 const std::string kText = "a\r\n\xE4\xB8\xAD \xF0\x9F\x98\x80";
@@ -166,7 +164,7 @@ TEST(ReadWholeTextFile, RecognisesTheMarksAndHandsOverUtf8) {
     }
 }
 
-TEST(ReadWholeTextFile, RefusesOddUtf16AndMissingFiles) {
+TEST(ReadWholeTextFile, RefusesOddUtf16AndWritesNothingPastTheRoomOfAFileThatGrew) {
     ReportCapture reports;
     Write(kPath, kMarks[1] + "a");
     int len = 5;
@@ -176,17 +174,15 @@ TEST(ReadWholeTextFile, RefusesOddUtf16AndMissingFiles) {
     EXPECT_EQ(0, len);
     EXPECT_EQ("", text);
     EXPECT_EQ(2, reports.Count("(false)"));
-}
 
-TEST(ReadWholeTextFile, WritesNothingPastTheRoomOfAFileThatGrew) {
     for (const std::string& mark : {kMarks[0], kMarks[1]}) {
         const std::string unit = mark.empty() ? "a" : std::string("a\0", 2);
         Write(kPath, mark + unit + unit);
-        int len = 0;
-        ASSERT_TRUE(ReadWholeTextFileEx(kPath.c_str(), nullptr, len));
+        int grownLen = 0;
+        ASSERT_TRUE(ReadWholeTextFileEx(kPath.c_str(), nullptr, grownLen));
         Write(kPath, mark + unit + unit + unit);
         char buffer[5] = "****";
-        EXPECT_FALSE(ReadWholeTextFileEx(kPath.c_str(), buffer, len));
+        EXPECT_FALSE(ReadWholeTextFileEx(kPath.c_str(), buffer, grownLen));
         EXPECT_EQ(0, buffer[0]);
         EXPECT_STREQ("*", buffer + 3);  // the room of two and the terminator end at 2
     }

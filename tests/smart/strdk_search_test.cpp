@@ -16,11 +16,8 @@ class Search : public ::testing::Test {};
 TYPED_TEST_SUITE(Search, TextUnits);
 
 struct FindCase {
-    const char* src;
-    const char* find;
-    int flags;
-    int expected;
-    int srcLen = -1, findLen = -1;
+    const char *src, *find;
+    int flags, expected, srcLen = -1, findLen = -1;
 };
 
 const FindCase kFindCases[] = {
@@ -51,7 +48,7 @@ const FindCase kFindCases[] = {
     // clang-format on
 };
 
-TYPED_TEST(Search, FindStrIndexCases) {
+TYPED_TEST(Search, FindStrIndexCasesAndLongFindTexts) {
     for (const FindCase& c : kFindCases) {
         const auto src = Txt<TypeParam>(c.src), find = Txt<TypeParam>(c.find);
         EXPECT_EQ(c.expected, FindStrIndex(src.c_str(), find.c_str(), c.srcLen, c.findLen, c.flags))
@@ -61,9 +58,8 @@ TYPED_TEST(Search, FindStrIndexCases) {
         const int findLen = c.findLen < 0 ? static_cast<int>(find.size()) : c.findLen;
         EXPECT_EQ(c.expected, FindStrIndex(src.c_str(), find.c_str(), srcLen, findLen, c.flags));
     }
-}
 
-TYPED_TEST(Search, FindTextsBeyondTheStackTableUseTheHeap) {
+    // Find texts beyond the stack table use the heap.
     std::basic_string<TypeParam> find(2000, TypeParam('a'));
     find.back() = TypeParam('b');
     std::basic_string<TypeParam> src(5000, TypeParam('a'));
@@ -145,8 +141,7 @@ constexpr int kDollar = msf_dollar_identifier;
 
 // `ranges`, when given, are the records as "offset+length" separated by spaces.
 struct MatchCase {
-    const char* str;
-    const char* pattern;
+    const char *str, *pattern;
     int flags;
     bool expected;
     const char* ranges = nullptr;
@@ -214,11 +209,9 @@ TYPED_TEST(Search, MatchingStringCases) {
 }
 
 struct ListCase {
-    const char* str;
-    const char* patterns;
+    const char *str, *patterns;
     int allMustMatch;
-    bool fileNames;
-    bool expected;
+    bool fileNames, expected;
 };
 
 const ListCase kListCases[] = {
@@ -240,7 +233,7 @@ const ListCase kListCases[] = {
     // clang-format on
 };
 
-TYPED_TEST(Search, PatternListsAndFileNameSpellings) {
+TYPED_TEST(Search, PatternListsFileNameSpellingsAndLongLists) {
     for (const ListCase& c : kListCases) {
         const auto str = Txt<TypeParam>(c.str), patterns = Txt<TypeParam>(c.patterns);
         const bool got = c.fileNames
@@ -249,9 +242,8 @@ TYPED_TEST(Search, PatternListsAndFileNameSpellings) {
         EXPECT_EQ(c.expected, got) << '"' << c.str << "\" ~ \"" << c.patterns << "\" all "
                                    << c.allMustMatch << (c.fileNames ? " file names" : "");
     }
-}
 
-TYPED_TEST(Search, LongPatternListsGoToTheHeap) {
+    // Long pattern lists go to the heap.
     std::basic_string<TypeParam> patterns;
     for (int k = 0; k < 1000; ++k) patterns += Txt<TypeParam>("*.no;");
     EXPECT_GT(patterns.size(), 4096u);

@@ -17,7 +17,7 @@ std::string S(const PtrStr& s) {
     return s.ToString();
 }
 
-TEST(PtrStr, SlicesFindIndexAndTheNullTest) {
+TEST(Strings, PtrStrSlicesAndFindsSmartStrConvertsNonAsciiText) {
     const char* text = "hello";
     PtrStr s(text, 5);
     // expected null: the empty value, whose p is null
@@ -36,9 +36,7 @@ TEST(PtrStr, SlicesFindIndexAndTheNullTest) {
     EXPECT_EQ(3, s.Find('l', 3));
     EXPECT_EQ(-1, s.Find('l', 5));
     EXPECT_EQ(-1, s.Find('h', -1));
-}
 
-TEST(SmartStr, ConversionsOfNonAsciiText) {
     ReportCapture reports;
     EXPECT_STREQ("\xE4\xB8\xAD\xE6\x96\x87", SmartStr(u"\u4e2d\u6587", -1).c_str());
     EXPECT_EQ(5, SmartStr(u"a\U0001F600", -1).Length());          // a surrogate pair counts 4

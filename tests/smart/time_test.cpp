@@ -50,13 +50,12 @@ TEST(Calendar, MselRangeEndsInUtcAndLocalTime) {
 
 // The texts themselves are checked against Python's; here the separator and the
 // refused arguments.
-TEST(DateText, SeparatorAndRefusals) {
+TEST(DateText, SeparatorAndInvalidTextsGiveMinusOne) {
     char text[32];
     EXPECT_STREQ("20380118T160000000", MSELToDateText(kLast, text, true, true, 'T', false));
     EXPECT_STREQ("20380119 000000", MSELToDateText(kLast, text, false, true, ' ', true));
-}
 
-TEST(DateText, InvalidTextsGiveMinusOne) {
+    // Invalid texts give -1.
     ReportCapture reports;
     for (const char* bad : {"2024010203040X", "20241302030405", "20240230030405", "20240102240000",
                             "20240102036000", "19700101075959", "20380119000001", " 2024010203040"})
