@@ -129,13 +129,6 @@ TYPED_TEST(Search, SkipDoubleByteStepsOverWholeCharacters) {
     EXPECT_FALSE(HasDoubleByte(Txt<TypeParam>("plain").c_str()));
 }
 
-TEST(FindMem, SearchesPlainBytesZerosIncluded) {
-    const char data[] = {'a', 0, 'b', 0, 'b', 'c'};
-    const char wanted[] = {0, 'b', 'c'};
-    EXPECT_EQ(data + 3, FindMem(data, 6, wanted, 3));
-    EXPECT_EQ(nullptr, FindMem(data, 5, wanted, 3));
-}
-
 constexpr int kRun = msf_sharp_digit_run;
 constexpr int kDollar = msf_dollar_identifier;
 

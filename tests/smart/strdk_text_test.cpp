@@ -1,14 +1,18 @@
-// Trimming, comparing, unescaping, replacing and splitting text.
+// Trimming, comparing, unescaping, replacing and splitting text; the string types.
 #include <gtest/gtest.h>
 
 #include <cstdarg>
 #include <cstring>
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "ptrstr.h"
 #include "report_capture.h"
+#include "smartstr.h"
 #include "strdk.h"
 #include "strdk_split.h"
+#include "strtmpl.h"
 #include "unit_text.h"
 
 namespace {
@@ -301,7 +305,7 @@ TYPED_TEST(TextRoutines, SplitByCallbackAndIntoAnArray) {
                                   3);
     EXPECT_EQ(1, reports.Count("(0 <= mode && mode <= 2)"));
 
-    // The modes are SplitText's (strings_test.cpp); SplitStr fills an array, here
+    // The modes are SplitText's (below); SplitStr fills an array, here
     // with a quoted piece.
     SmartArray<PtrStrT<TypeParam>, 8> pieces;
     const auto quotedText = Txt<TypeParam>("x\"a,b\",c");  // the pieces point into it
@@ -328,6 +332,82 @@ TEST(FormatStr, FormatsShortAndLongTexts) {
     EXPECT_EQ(longText + "!", Format("%s!", longText.c_str()));
     // The wide form takes the Windows wide rules: %s wide, %S narrow.
     EXPECT_EQ(u"7-\u65e5\u5fd7-ab", Format(u"%d-%s-%S", 7, u"\u65e5\u5fd7", "ab"));
+}
+
+TEST(Strings, PtrStrSlicesAndFindsSmartStrConvertsNonAsciiText) {
+    const char* text = "hello";
+    PtrStr s(text, 5);
+    // expected null: the empty value, whose p is null
+    // clang-format off
+    const struct { PtrStr slice; const char* expected; } cases[] = {
+        {s.Mid(1), "ello"},      {s.Mid(5), ""},         {s.Mid(6), nullptr},
+        {s.Mid(-2, 4), "he"},    {s.Mid(1, 2), "el"},    {s.Mid(3, 100), "lo"},
+        {s.Mid(2, -3), nullptr}, {s.Left(100), "hello"}, {s.Left(0), ""},
+    };
+    // clang-format on
+    for (const auto& c : cases) {
+        EXPECT_EQ(c.expected ? c.expected : "", c.slice.ToString());
+        EXPECT_EQ(!c.expected, c.slice.p == nullptr) << c.slice.len;
+    }
+    EXPECT_EQ(text + 5, s.Mid(5).p);
+    EXPECT_EQ(3, s.Find('l', 3));
+    EXPECT_EQ(-1, s.Find('l', 5));
+    EXPECT_EQ(-1, s.Find('h', -1));
+
+    ReportCapture reports;
+    EXPECT_STREQ("\xE4\xB8\xAD\xE6\x96\x87", SmartStr(u"\u4e2d\u6587", -1).c_str());
+    EXPECT_EQ(5, SmartStr(u"a\U0001F600", -1).Length());          // a surrogate pair counts 4
+    SmartStr narrow(std::u16string(100, u'\u4e2d').c_str(), -1);  // 100 units, 300 bytes
+    EXPECT_EQ(300, narrow.Length());
+    EXPECT_FALSE(narrow.IsBuiltIn());
+    EXPECT_EQ(0, reports.Count());
+
+    // Narrow to wide: the estimate is often wrong for UTF-8 and the text converted again.
+    EXPECT_EQ(u"\uFFFDz", std::u16string(SmartStrW("\x80z", -1).c_str()));  // estimated 1
+    std::string many;
+    for (int i = 0; i < 100; ++i) many += "\xE4\xB8\xAD";
+    SmartStrW wide(many.c_str(), -1);  // 300 bytes, 100 units: built-in
+    EXPECT_EQ(std::u16string(100, u'\u4e2d'), std::u16string(wide.c_str()));
+    EXPECT_TRUE(wide.IsBuiltIn());
+}
+
+// SplitText for both widths: each case is split as a counted and as a terminated
+// text. The plain modes and quoting at one separator unit, into an array, are shown
+// through SplitStr above; these are the edges.
+template <class CHAR>
+bool CollectPiece(void* param, const CHAR* piece, int32_t len) {
+    auto* pieces = static_cast<std::vector<std::string>*>(param);
+    pieces->push_back(Bytes(std::basic_string<CHAR>(piece, static_cast<size_t>(len))));
+    return true;
+}
+
+TYPED_TEST(TextRoutines, SplitTextModesQuotingAndASetOfSeparators) {
+    struct Case {
+        const char *text, *separators;
+        int mode;
+        bool quoted;
+        std::vector<std::string> pieces;
+    } cases[] = {
+        {",,a,", ",", 0, false, {"a"}},
+        {"a,", ",", 2, false, {"a"}},  // no empty piece behind a final separator
+        {",a,,", ",", 1, false, {",", "a,", ","}},
+        {",a", ",", 2, false, {"", "a"}},
+        {"", ",", 2, false, {}},
+        {"\"a,b\",c", ",", 0, true, {"\"a", "b\",c"}},  // an opening quote is not examined
+        {"x\"a,b\",c", ",", 0, false, {"x\"a", "b\"", "c"}},
+        {"k=v;x=y", "=;", 0, false, {"k", "v", "x", "y"}},
+    };
+    ReportCapture reports;
+    for (const Case& c : cases) {
+        const auto text = Txt<TypeParam>(c.text), separators = Txt<TypeParam>(c.separators);
+        for (int32_t len : {static_cast<int32_t>(text.size()), -1}) {
+            std::vector<std::string> got;
+            EXPECT_TRUE(SplitText(&CollectPiece<TypeParam>, &got, text.c_str(), len,
+                                  SplitSeparator<TypeParam>(separators.c_str()), c.mode, c.quoted));
+            EXPECT_EQ(c.pieces, got) << c.text << " mode " << c.mode << " len " << len;
+        }
+    }
+    EXPECT_EQ(0, reports.Count());
 }
 
 }  // namespace
