@@ -1,8 +1,18 @@
+// Containers and their memory: SmartArray and the quick string set, Binary's shared
+// blocks, the block pools and AutoPtr.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <new>
+#include <random>
+#include <set>
 #include <string>
 #include <vector>
 
+#include "autoptr.h"
+#include "binary.h"
+#include "qd_allocator.h"
+#include "quickallocator.h"
 #include "quickstringset.h"
 #include "report_capture.h"
 #include "smartarray.h"
@@ -235,6 +245,267 @@ TEST(QuickStringSet, HighBytesSortFirstBelow16UnitsAndLastFrom16OperatorIndexIns
     EXPECT_EQ("v", set[P("new")].ToString());
     EXPECT_EQ(2, set.size());
     EXPECT_EQ("new", set[1].owned);  // the item keeps a copy of its key
+}
+
+std::string Bytes(const Binary& b) {
+    return b.Data() ? std::string(reinterpret_cast<const char*>(b.Data()), b.Size()) : "";
+}
+
+// Both forms of an allocation source, counting what goes through them; the
+// function refuses every allocation while g_refuse is set.
+int g_functionAllocs = 0, g_functionFrees = 0;
+bool g_refuse = false;
+void* CountingFunction(void* block, size_t bytes) {
+    if (block) {
+        ++g_functionFrees;
+        free(block);
+        return nullptr;
+    }
+    ++g_functionAllocs;
+    return g_refuse ? nullptr : malloc(bytes);
+}
+
+struct CountingSource : BinaryBlockSource {
+    int allocs = 0, frees = 0;
+    void Free(void* block) override {
+        ++frees;
+        free(block);
+    }
+    void* Allocate(size_t bytes) override {
+        ++allocs;
+        return malloc(bytes);
+    }
+};
+
+TEST(Binary, EmptyObjectsShareOneEntityCopiesShareUntilOneWrites) {
+    g_functionAllocs = 0;
+    Binary empty{BinaryAllocator(&CountingFunction)}, b1;
+    EXPECT_TRUE(empty.HoldsEmptyEntity());
+    EXPECT_TRUE(empty.Clear());
+    EXPECT_TRUE(empty.SetLength(0, false));
+    EXPECT_EQ(0, g_functionAllocs);
+    EXPECT_TRUE(b1.HoldsEmptyEntity());
+    ASSERT_TRUE(b1.Set("abcdef", 6));
+    Binary b2 = b1;
+    EXPECT_EQ(2, b1.RefCount());
+    EXPECT_EQ(b1.Data(), b2.Data());
+    unsigned char* mine = b2.Get();  // copy on write
+    EXPECT_NE(b1.Data(), mine);
+    EXPECT_EQ(1, b1.RefCount());
+    mine[0] = 'X';
+    EXPECT_EQ("abcdef", Bytes(b1));
+    EXPECT_EQ("Xbcdef", Bytes(b2));
+    EXPECT_TRUE(b2.SetLength(3, true));
+    EXPECT_TRUE(b2.SetLength(5, true));  // keeps the prefix
+    EXPECT_EQ("Xbc", Bytes(b2).substr(0, 3));
+    EXPECT_EQ(5, b2.Size());
+    EXPECT_TRUE(b2.SetLength(0, true));
+    EXPECT_TRUE(b2.HoldsEmptyEntity());
+}
+
+TEST(Binary, SetFromItsOwnBlockAndFixedBlocksAreReadOnly) {
+    ReportCapture reports;
+    Binary b;
+    b.Set("0123456789", 10);
+    const unsigned char* block = b.Data();
+    EXPECT_TRUE(b.Set(b.Data(), b.Size()));  // the block itself: nothing to do
+    EXPECT_EQ(block, b.Data());
+    EXPECT_TRUE(b.Set(b.Data() + 2, 6));  // overlapping the start of the block
+    EXPECT_EQ("234567", Bytes(b));
+    EXPECT_TRUE(b.Set(b.Data() + 1, 5));  // overlapping its end
+    EXPECT_EQ("34567", Bytes(b));
+    Binary shared = b;
+    EXPECT_TRUE(b.Set(shared.Data() + 1, 3));  // the shared block survives the write
+    EXPECT_EQ("456", Bytes(b));
+    EXPECT_EQ("34567", Bytes(shared));
+
+    // Fixed blocks are read-only.
+    char fixed[] = "fixed";
+    Binary fixedBin;
+    ASSERT_TRUE(fixedBin.Attach(fixed, 5, xbinary_fixed));
+    EXPECT_TRUE(fixedBin.IsFixed());
+    EXPECT_EQ(nullptr, fixedBin.Get());
+    EXPECT_FALSE(fixedBin.Set("x", 1));
+    EXPECT_FALSE(fixedBin.SetLength(2, true));
+    EXPECT_FALSE(fixedBin.Clear());
+    EXPECT_EQ(4, reports.Count("(false)"));
+    EXPECT_EQ("fixed", Bytes(fixedBin));
+    EXPECT_TRUE(fixedBin.SetLength(5, true));  // the present size: nothing to change
+}
+
+TEST(Binary, BothAllocatorFormsFreeOnlyOwnedBlocksAndARefusalKeepsTheOldContents) {
+    CountingSource source;
+    char foreign[4] = {'a', 'b', 'c', 'd'};
+    {
+        Binary owned{BinaryAllocator(&source)};
+        owned.Set("xyz", 3);  // an entity and a block, both from the source
+        EXPECT_EQ(2, source.allocs);
+        Binary lent{BinaryAllocator(&source)};
+        lent.Attach(foreign, 4, xbinary_foreign);
+        EXPECT_EQ(3, source.allocs);
+        Binary copy = lent;  // reading a foreign block through a copy is fine
+        EXPECT_EQ("abcd", Bytes(copy));
+    }
+    EXPECT_EQ(3, source.frees);  // the two entities and the owned block only
+    g_functionAllocs = g_functionFrees = 0;
+    {
+        Binary b{BinaryAllocator(&CountingFunction)};
+        b.Set("data", 4);
+        b.SetLength(100, true);
+    }
+    EXPECT_EQ(3, g_functionAllocs);
+    EXPECT_EQ(g_functionAllocs, g_functionFrees);
+
+    // A refused allocation keeps the old contents, whether the source lies inside the
+    // block or outside it (the block would otherwise leak, which ASan reports).
+    ReportCapture reports;
+    Binary refused{BinaryAllocator(&CountingFunction)};
+    ASSERT_TRUE(refused.Set("old", 3));
+    g_refuse = true;
+    EXPECT_FALSE(refused.Set("longer", 6));
+    EXPECT_FALSE(refused.Set(refused.Data() + 1, 2));
+    g_refuse = false;
+    EXPECT_EQ("old", Bytes(refused));
+    EXPECT_EQ(2, reports.Count("(false)"));
+}
+
+// Heap calls of the pools under test.
+struct CountingTraits {
+    static inline int mallocs = 0, frees = 0;
+    static void Reset() { mallocs = frees = 0; }
+    void* malloc(size_t bytes) {
+        ++mallocs;
+        return ::malloc(bytes);
+    }
+    void free(void* block) {
+        ++frees;
+        ::free(block);
+    }
+};
+
+typedef BlockAllocator<24, 1, CountingTraits, 4096> Pool24;
+
+TEST(BlockAllocator, FirstBlockIsInlineChunksGoBackWhenFreeAndTheListStaysWhole) {
+    CountingTraits::Reset();
+    ReportCapture reports;
+    Pool24 pool;
+    // (4096 - chunk header) / (24 + node header): 113 with 4-byte pointers, 84 with 8.
+    EXPECT_EQ(sizeof(void*) == 4 ? 113 : 84, pool.NodesOfChunk());
+    void* inlineBlock = pool.Allocate(24);
+    EXPECT_EQ(0, CountingTraits::mallocs);
+
+    void* chunkBlock = pool.Allocate(0);
+    EXPECT_EQ(1, CountingTraits::mallocs);
+    EXPECT_EQ(nullptr, pool.Allocate(25));
+    EXPECT_EQ(1, reports.Count("(false)"));
+    EXPECT_EQ(nullptr, pool.Allocate(-1));
+    EXPECT_EQ(1, reports.Count("(bytes >= 0)"));
+
+    pool.Deallocate(inlineBlock);
+    pool.Deallocate(chunkBlock);
+    EXPECT_EQ(1, CountingTraits::frees);  // at once
+
+    // Blocks freed in any order keep the list whole and come back last first.
+    CountingTraits::Reset();
+    {
+        Pool24 pool2;
+        const int count = 3 * pool2.NodesOfChunk() + 5;  // four chunks and the inline node
+        std::vector<void*> blocks;
+        for (int i = 0; i < count; ++i) {
+            blocks.push_back(pool2.Allocate(16));
+            memset(blocks.back(), i & 0xFF, 16);  // the caller's bytes never touch a header
+        }
+        EXPECT_EQ(4, CountingTraits::mallocs);
+        std::mt19937 rng(7);
+        std::shuffle(blocks.begin(), blocks.end(), rng);
+        for (int i = 0; i < count / 2; ++i) pool2.Deallocate(blocks[i]);
+        void* last = blocks[count / 2 - 1];
+        EXPECT_EQ(last, pool2.Allocate(8));  // the block freed last comes out first
+        pool2.Deallocate(last);
+        for (int i = count / 2; i < count; ++i) pool2.Deallocate(blocks[i]);
+        EXPECT_EQ(CountingTraits::mallocs, CountingTraits::frees);  // every chunk back
+        // A whole list: the inline node serves again, and four chunks are made anew.
+        for (void*& block : blocks) block = pool2.Allocate(16);
+        EXPECT_EQ(8, CountingTraits::mallocs);
+        for (void* block : blocks) pool2.Deallocate(block);
+    }
+    EXPECT_EQ(2, reports.Count());
+}
+
+// The node size recorded in docs/platform.md, and the pool chosen for it.
+constexpr int kPathNode = sizeof(void*) == 4 ? 48 : 64;
+
+typedef WrapperAllocator<BlockAllocator<kPathNode, 1, CountingTraits>, CountingTraits> PathPool;
+typedef std::set<std::string, QDLess_<std::string>, qd_allocator<std::string, PathPool>> PathSet;
+
+TEST(QdAllocator, ASetTakesItsNodesFromItsOwnPool) {
+    CountingTraits::Reset();
+    ReportCapture reports;
+    {
+        PathSet paths;
+        EXPECT_EQ(1, CountingTraits::mallocs);  // the entity
+        paths.insert("C:\\log\\a.log");
+        EXPECT_EQ(1, CountingTraits::mallocs);  // the inline node
+        for (int i = 0; i < 200; ++i) paths.insert("log" + std::to_string(i));
+        const int withChunks = CountingTraits::mallocs;
+        EXPECT_GT(withChunks, 1);
+        paths.clear();
+        EXPECT_EQ(withChunks - 1, CountingTraits::frees);  // every chunk back at once
+
+        PathSet copy(paths);  // a copy has a pool of its own
+        EXPECT_FALSE(copy.get_allocator() == paths.get_allocator());
+        copy.insert("y");
+        PathSet other;
+        other.insert("z");
+        other.swap(copy);  // the pools travel with the nodes
+        EXPECT_EQ(1u, other.count("y"));
+        EXPECT_EQ(1u, copy.count("z"));
+
+        qd_allocator<char, PathPool> rebound(paths.get_allocator());  // shares the pool
+        EXPECT_TRUE(rebound == paths.get_allocator());
+        EXPECT_EQ(2, rebound.Wrapper().RefCount());
+        EXPECT_THROW(rebound.allocate(kPathNode + 1), std::bad_alloc);  // after the report
+        EXPECT_EQ(1, reports.Count("(false)"));
+    }
+    EXPECT_EQ(CountingTraits::mallocs, CountingTraits::frees);
+}
+
+struct Counted {
+    static inline int scalarDeletes = 0, arrayDeletes = 0, alive = 0;
+    Counted() { ++alive; }
+    ~Counted() { --alive; }
+    static void operator delete(void* p) {
+        ++scalarDeletes;
+        ::operator delete(p);
+    }
+    static void operator delete[](void* p) {
+        ++arrayDeletes;
+        ::operator delete[](p);
+    }
+};
+
+TEST(AutoPtr, DeletesByTheFormItWasMadeWithAndAssignmentTransfers) {
+    Counted::scalarDeletes = Counted::arrayDeletes = 0;
+    {
+        AutoPtr<Counted> one(1), adoptedOne(new Counted, 1, false);
+        AutoPtr<Counted> two(2), adoptedArray(new Counted[1], 1, true);
+    }
+    EXPECT_EQ(2, Counted::scalarDeletes);
+    EXPECT_EQ(2, Counted::arrayDeletes);
+    {
+        AutoPtr<Counted> a(3), b;
+        Counted* block = a.Get();
+        AutoPtr<Counted>& alias = a;
+        a = alias;  // a self-transfer keeps the block
+        b = a;
+        EXPECT_EQ(block, b.Get());
+        EXPECT_EQ(3, b.Length());
+        EXPECT_EQ(nullptr, a.Get());
+        EXPECT_EQ(0, a.Length());
+        EXPECT_EQ(2, Counted::arrayDeletes);
+    }
+    EXPECT_EQ(3, Counted::arrayDeletes);
+    EXPECT_EQ(0, Counted::alive);
 }
 
 }  // namespace
