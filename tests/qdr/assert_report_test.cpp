@@ -52,7 +52,7 @@ TEST(AssertReport, PlainCheckComposesTheWholeTemplate) {
     EXPECT_EQ(1, reports.CountMessage("(null)"));  // a plain check's null message, printed
 }
 
-TEST(AssertReport, MessageFormsOfTheTitle) {
+TEST(AssertReport, TitlesLongPathsAndIgnoreThatRestoresErrno) {
     ReportCapture reports;
     qdr_AssertPrintfBox(__FILE__, 1, "(a)", nullptr);
     qdr_AssertPrintfBox(__FILE__, 2, "(b)", "%s", "");
@@ -74,12 +74,11 @@ TEST(AssertReport, MessageFormsOfTheTitle) {
                   Field("\r\n" + all[i].text, "\r\n\r\n"));
     EXPECT_EQ("count: 12", all[4].message);
     EXPECT_EQ("((e))", Field(all[4].text, "Expression: "));
-}
 
-TEST(AssertReport, LongPathsAreShortenedToTheirTail) {
-    ReportCapture reports;
+    // Long paths are shortened to their tail.
+    ReportCapture paths;
     // clang-format off
-    const struct { std::string path, shown; } cases[] = {
+    const struct { std::string path, shown; } pathCases[] = {
         {"/" + std::string(53, 'a'), "/" + std::string(53, 'a')},
         {std::string(55, 'b'), "..." + std::string(40, 'b')},
         // No separator among the characters len-50 .. len-41: the last 40 characters.
@@ -90,23 +89,22 @@ TEST(AssertReport, LongPathsAreShortenedToTheirTail) {
         {std::string(20, 'g') + "/hh/" + std::string(44, 'i'), ".../hh/" + std::string(44, 'i')},
     };
     // clang-format on
-    for (const auto& c : cases) {
+    for (const auto& c : pathCases) {
         qdr_AssertPrintfBox(c.path.c_str(), 9, "(x)", nullptr);
-        EXPECT_EQ(c.shown + "(9)", Field(reports.Reports().back().text, "File   : "));
+        EXPECT_EQ(c.shown + "(9)", Field(paths.Reports().back().text, "File   : "));
     }
     // The handler is told the site's own path, not the shortened one.
-    EXPECT_EQ(cases[1].path, reports.Reports()[1].file);
-}
+    EXPECT_EQ(pathCases[1].path, paths.Reports()[1].file);
 
-TEST(AssertReport, IgnoreRestoresErrnoAndReportsAgainEachTime) {
-    ReportCapture reports;
+    // Ignore restores errno, and each failure reports again.
+    ReportCapture ignored;
     for (int i = 0; i < 2; ++i) {
         errno = ENOSPC;
         QDR_CHECK_MSG(i < 0, "pass %d", i);
         EXPECT_EQ(ENOSPC, errno);
     }
-    EXPECT_EQ(2, reports.Count("(i < 0)"));
-    EXPECT_EQ(1, reports.CountMessage("pass 1"));
+    EXPECT_EQ(2, ignored.Count("(i < 0)"));
+    EXPECT_EQ(1, ignored.CountMessage("pass 1"));
 }
 
 // A failed check answered by a handler, or with no handler by the environment.

@@ -36,7 +36,7 @@ std::vector<int> CapacitySequence(int pushes) {
     return seen;
 }
 
-TEST(SmartArrayCapacity, DoublesBelow128MiBThenStepsBy128MiBInSequencesBySize) {
+TEST(SmartArrayCapacity, RuleStepsHeapAndBackDeadBandAndSetMaxLength) {
     // clang-format off
     struct Case { int32_t old_items, item_bytes, increase, expected; } cases[] = {
         {5, 1, 100, 128},  // the small steps show in the capacity sequences below
@@ -52,9 +52,8 @@ TEST(SmartArrayCapacity, DoublesBelow128MiBThenStepsBy128MiBInSequencesBySize) {
     EXPECT_EQ((std::vector<int>{1, 2, 4, 8, 16}), (CapacitySequence<Record<88>, 0>(9)));
     // Inline the capacity moves item by item, then the rule takes over.
     EXPECT_EQ((std::vector<int>{1, 2, 3, 4, 32}), (CapacitySequence<int, 4>(5)));
-}
 
-TEST(SmartArrayCapacity, GoesToTheHeapAndBackShrinksWithADeadBandAndSetMaxLength) {
+    // To the heap past the inline length and back when emptied.
     ReportCapture reports;  // each change of the block tests the representation
     SmartArray<int, 16> a;
     for (int i = 0; i < 16; ++i) a.push_back(i);
@@ -142,7 +141,7 @@ TYPED_TEST(SelfInsertion, SourceInsideTheArrayAlsoWhenTheBlockMoves) {
     EXPECT_EQ("ABBCDEFGCDEFGH", Join(b).substr(0, 14));
 }
 
-TEST(SmartArrayRules, BrokenArgumentsAreReportedAndChangeNothing) {
+TEST(SmartArray, BrokenArgumentsAreReportedAssignResizeAndErase) {
     ReportCapture reports;
     SmartArray<int, 8> a;
     EXPECT_TRUE(a.InsertAt(0, nullptr, 0));  // count 0: the source is not looked at
@@ -163,37 +162,36 @@ TEST(SmartArrayRules, BrokenArgumentsAreReportedAndChangeNothing) {
     a.RemoveAt(0, -1);
     EXPECT_EQ(1, reports.Count("(count == 0)"));
     EXPECT_EQ(4, a.size());
-}
 
-TEST(SmartArrayAssign, AssignAndResizeSetAnExactCapacityEraseReturnsWhereItStopped) {
-    SmartArray<std::string, 2> a;
-    for (int i = 0; i < 20; ++i) a.push_back(std::string(1, 'a' + i));
-    a.assign(a.begin() + 5, a.begin() + 8);  // a sub-range of itself
-    EXPECT_EQ("fgh", Join(a));
-    EXPECT_EQ(3, a.MaxLength());
-    a.Resize(6, a[0]);  // the value lies in the block that moves
-    EXPECT_EQ("fghfff", Join(a));
-    EXPECT_EQ(6, a.MaxLength());
-    a.Resize(1, std::string());
-    EXPECT_TRUE(a.IsStack());
+    // Assign and resize set an exact capacity; erase returns where it stopped.
+    SmartArray<std::string, 2> s;
+    for (int i = 0; i < 20; ++i) s.push_back(std::string(1, 'a' + i));
+    s.assign(s.begin() + 5, s.begin() + 8);  // a sub-range of itself
+    EXPECT_EQ("fgh", Join(s));
+    EXPECT_EQ(3, s.MaxLength());
+    s.Resize(6, s[0]);  // the value lies in the block that moves
+    EXPECT_EQ("fghfff", Join(s));
+    EXPECT_EQ(6, s.MaxLength());
+    s.Resize(1, std::string());
+    EXPECT_TRUE(s.IsStack());
     std::vector<int> source(40, 7);
-    SmartArray<int, 4> b;
-    b.push_back(1);
+    SmartArray<int, 4> ints;
+    ints.push_back(1);
     for (int count : {40, 10, 2}) {  // to the heap, smaller there, back inline
-        b.assign(source.data(), source.data() + count);
-        EXPECT_EQ(count, b.size());
-        EXPECT_EQ(count, b.MaxLength());
+        ints.assign(source.data(), source.data() + count);
+        EXPECT_EQ(count, ints.size());
+        EXPECT_EQ(count, ints.MaxLength());
     }
-    EXPECT_TRUE(b.IsStack());
+    EXPECT_TRUE(ints.IsStack());
 
-    SmartArray<std::string, 0> c;
-    for (int i = 0; i < 20; ++i) c.push_back(std::string(30, 'a' + i));
-    c.RemoveAt(3, 1);
-    EXPECT_EQ(std::string(30, 'e'), c[3]);
+    SmartArray<std::string, 0> strings;
+    for (int i = 0; i < 20; ++i) strings.push_back(std::string(30, 'a' + i));
+    strings.RemoveAt(3, 1);
+    EXPECT_EQ(std::string(30, 'e'), strings[3]);
     // erase gives the item now at the old index, or the new end.
-    EXPECT_EQ(std::string(30, 'g'), *c.erase(c.begin() + 4, c.begin() + 5));
-    EXPECT_EQ(c.end(), c.erase(c.begin() + 2, c.end()));
-    EXPECT_EQ(2, c.size());
+    EXPECT_EQ(std::string(30, 'g'), *strings.erase(strings.begin() + 4, strings.begin() + 5));
+    EXPECT_EQ(strings.end(), strings.erase(strings.begin() + 2, strings.end()));
+    EXPECT_EQ(2, strings.size());
 }
 
 PtrStr P(const char* s) {
@@ -277,7 +275,7 @@ struct CountingSource : BinaryBlockSource {
     }
 };
 
-TEST(Binary, EmptyObjectsShareOneEntityCopiesShareUntilOneWrites) {
+TEST(Binary, EmptyObjectsAndCopiesShareSetFromItsOwnBlockFixedBlocksAreReadOnly) {
     g_functionAllocs = 0;
     Binary empty{BinaryAllocator(&CountingFunction)}, b1;
     EXPECT_TRUE(empty.HoldsEmptyEntity());
@@ -301,23 +299,22 @@ TEST(Binary, EmptyObjectsShareOneEntityCopiesShareUntilOneWrites) {
     EXPECT_EQ(5, b2.Size());
     EXPECT_TRUE(b2.SetLength(0, true));
     EXPECT_TRUE(b2.HoldsEmptyEntity());
-}
 
-TEST(Binary, SetFromItsOwnBlockAndFixedBlocksAreReadOnly) {
+    // Set from its own block.
     ReportCapture reports;
-    Binary b;
-    b.Set("0123456789", 10);
-    const unsigned char* block = b.Data();
-    EXPECT_TRUE(b.Set(b.Data(), b.Size()));  // the block itself: nothing to do
-    EXPECT_EQ(block, b.Data());
-    EXPECT_TRUE(b.Set(b.Data() + 2, 6));  // overlapping the start of the block
-    EXPECT_EQ("234567", Bytes(b));
-    EXPECT_TRUE(b.Set(b.Data() + 1, 5));  // overlapping its end
-    EXPECT_EQ("34567", Bytes(b));
-    Binary shared = b;
-    EXPECT_TRUE(b.Set(shared.Data() + 1, 3));  // the shared block survives the write
-    EXPECT_EQ("456", Bytes(b));
-    EXPECT_EQ("34567", Bytes(shared));
+    Binary own;
+    own.Set("0123456789", 10);
+    const unsigned char* block = own.Data();
+    EXPECT_TRUE(own.Set(own.Data(), own.Size()));  // the block itself: nothing to do
+    EXPECT_EQ(block, own.Data());
+    EXPECT_TRUE(own.Set(own.Data() + 2, 6));  // overlapping the start of the block
+    EXPECT_EQ("234567", Bytes(own));
+    EXPECT_TRUE(own.Set(own.Data() + 1, 5));  // overlapping its end
+    EXPECT_EQ("34567", Bytes(own));
+    Binary sharedCopy = own;
+    EXPECT_TRUE(own.Set(sharedCopy.Data() + 1, 3));  // the shared block survives the write
+    EXPECT_EQ("456", Bytes(own));
+    EXPECT_EQ("34567", Bytes(sharedCopy));
 
     // Fixed blocks are read-only.
     char fixed[] = "fixed";

@@ -30,7 +30,7 @@ std::string Encipher(const char* key, int keyLen, const char* hexBlock) {
     return out;
 }
 
-TEST(Des, KeyTextsFoldOntoEightBytesAndBlocksAgreeWithOpenSsl) {
+TEST(Des, KeysFoldBlocksAgreeWithOpenSslFramesRoundTripAndRefuse) {
     // A key text folds onto 8 bytes: a 9th byte adds to byte 0 ('1' + '1' = 'b').
     EXPECT_EQ(Encipher("b2345678", 8, "0102030405060708"),
               Encipher("123456781", 9, "0102030405060708"));
@@ -42,7 +42,7 @@ TEST(Des, KeyTextsFoldOntoEightBytesAndBlocksAgreeWithOpenSsl) {
     EVP_CIPHER_CTX* ctx = EVP_CIPHER_CTX_new();
     ASSERT_TRUE(legacy && cipher && ctx);
     std::mt19937_64 rng(17);
-    Des des;
+    Des keyed;
     for (int i = 0; i < 10000; ++i) {
         const uint64_t words[2] = {rng(), rng()};
         const unsigned char* key = reinterpret_cast<const unsigned char*>(&words[0]);
@@ -52,18 +52,17 @@ TEST(Des, KeyTextsFoldOntoEightBytesAndBlocksAgreeWithOpenSsl) {
         ASSERT_EQ(1, EVP_EncryptInit_ex(ctx, cipher, nullptr, key, nullptr));
         EVP_CIPHER_CTX_set_padding(ctx, 0);
         ASSERT_EQ(1, EVP_EncryptUpdate(ctx, theirs, &n, plain, 8));
-        des.SetKey(key, 8);
-        des.Endes(plain, ours, 8);
+        keyed.SetKey(key, 8);
+        keyed.Endes(plain, ours, 8);
         ASSERT_EQ(Hex(theirs, 8), Hex(ours, 8)) << "block " << i;
-        des.Dedes(ours, ours, 8);
+        keyed.Dedes(ours, ours, 8);
         ASSERT_EQ(0, memcmp(plain, ours, 8)) << "block " << i;
     }
     EVP_CIPHER_CTX_free(ctx);
     EVP_CIPHER_free(cipher);
     OSSL_PROVIDER_unload(legacy);
-}
 
-TEST(DesFrame, LayoutByteForByteRoundTripsAndRefusals) {
+    // The frame: layout byte for byte, round trips and refusals.
     // "abc": 61 62 63, padding 00, sum 0x126 as 26 01 00 00, enciphered under
     // "12345678" (openssl enc -des-ecb -K 3132333435363738 -nopad).
     Des des("12345678");

@@ -106,7 +106,7 @@ protected:
     }
 };
 
-TEST_F(SharedMap, TwoProcessesSeeTheSameRecordsAndTheNameGoesWithThem) {
+TEST_F(SharedMap, TwoProcessesShareJoinersMustFitTheLastUserUnlinksAKilledMakersMapIsTakenOver) {
     const uint32_t n = 20000;
     ChildProcess writer(Peer("write", n));
     EXPECT_EQ("open 1 created 1", FirstLine(writer));
@@ -119,9 +119,8 @@ TEST_F(SharedMap, TwoProcessesSeeTheSameRecordsAndTheNameGoesWithThem) {
     EXPECT_EQ(0, reader.Wait());
     EXPECT_EQ(0, writer.Wait());
     EXPECT_FALSE(fs::exists(Shm()));
-}
 
-TEST_F(SharedMap, JoinersMustFitTheLastUserOfTheMakerUnlinksAKilledMakersMapIsTakenOver) {
+    // Joiners must fit; the last user of the maker unlinks.
     MappingFile first, second;
     ASSERT_TRUE(first.Open(nullptr, true, 0, 4096, false, name_.c_str(), false));
     EXPECT_TRUE(first.IsCreated());

@@ -36,7 +36,7 @@ std::string ReadTag(const ScratchDir& dir, const std::string& image, std::string
 
 }  // namespace
 
-TEST(ModuleTag, TrimsThePaddingAndIsFoundInEachWidthBehindFalseMarkers) {
+TEST(ModuleTag, TrimFoundInEachWidthLookupsPathsModulesAndSameNames) {
     char out[kModuleTagInfoChars + 1];
     const std::string padded = " \t`abc` \r\n" + std::string(54, '`');
     EXPECT_STREQ("abc", TrimModuleTagInfo(padded.c_str(), out));
@@ -63,9 +63,8 @@ TEST(ModuleTag, TrimsThePaddingAndIsFoundInEachWidthBehindFalseMarkers) {
     EXPECT_EQ("(none)", ReadTag(dir, markersOnly, &suffix));
     EXPECT_EQ("(none)", ReadTag(dir, zeroInside, &suffix));
     EXPECT_EQ("(none)", ReadTag(dir, "", &suffix));
-}
 
-TEST(ModuleHandles, LookupsTheTagOfALoadedLibraryPathsModulesOfAProcessAndSameNames) {
+    // Module handles, lookups and the tag of a loaded library.
     const ModuleHandle self = GetThisModuleHandle();
     EXPECT_NE(0u, self);
     EXPECT_TRUE(IsModuleHandle(self));

@@ -51,7 +51,7 @@ std::string Normalized(const std::string& ascii) {
     return NormalizePath(&text[0]) ? Bytes(text.c_str()) : "null";
 }
 
-TYPED_TEST(FileKit, NormalizePathResolvesComponentsAndKeepsRoots) {
+TYPED_TEST(FileKit, NormalizedPathsRootsJoinedNamesAndDirectoryNames) {
     typedef TypeParam C;
     // clang-format off
     const struct { const char *path, *normal; } rows[] = {
@@ -77,10 +77,7 @@ TYPED_TEST(FileKit, NormalizePathResolvesComponentsAndKeepsRoots) {
     ReportCapture reports;
     EXPECT_EQ("", Normalized<C>("a\\.."));  // nothing is left to name
     EXPECT_EQ(1, reports.Count("(offset > 0)"));
-}
 
-TYPED_TEST(FileKit, RootsJoinedNamesAndDirectoryNames) {
-    typedef TypeParam C;
     // root null: refused
     // clang-format off
     const struct { const char* path; const char* root; bool network; } roots[] = {
@@ -142,7 +139,7 @@ TYPED_TEST(FileKit, RootsJoinedNamesAndDirectoryNames) {
     EXPECT_EQ("\\var\\", Bytes(dir));
 }
 
-TYPED_TEST(FileKit, PathRelationsValidatorsAndNameParts) {
+TYPED_TEST(FileKit, PathRelationsValidatorsNamePartsAndPathsOf511) {
     typedef TypeParam C;
     // clang-format off
     const struct { const char *a, *b; int relation; } relations[] = {
@@ -198,11 +195,9 @@ TYPED_TEST(FileKit, PathRelationsValidatorsAndNameParts) {
         EXPECT_EQ(row.ext != nullptr, GetFileExt(Txt<C>(row.name).c_str(), ext)) << row.name;
         EXPECT_EQ(row.ext ? row.ext : "", Bytes(ext)) << row.name;
     }
-}
 
-// 511 units fit a path buffer with its terminator; 512 and 513 do not.
-TYPED_TEST(FileKit, PathsOf511FitAnd512Or513AreRefused) {
-    typedef TypeParam C;
+    // 511 units fit a path buffer with its terminator; 512 and 513 do not.
+    // 511 units fit a path buffer with its terminator; 512 and 513 do not.
     C out[kMaxPathChars];
     for (int len : {511, 512, 513}) {
         ReportCapture reports;
@@ -266,7 +261,7 @@ TYPED_TEST(FileKit, ExistenceAndTreesMadeAndRemoved) {
 }
 
 // Times are set from local time and read back in UTC.
-TYPED_TEST(FileKit, TimesRenamesAndCopies) {
+TYPED_TEST(FileKit, TimesRenamesCopiesAndLengthsUpToATebibyte) {
     Write(this->dir_ / "a", "aaa");
     Write(this->dir_ / "b", "bbb");
     const auto a = this->In("a"), b = this->In("b"), c = this->In("c");
@@ -287,9 +282,8 @@ TYPED_TEST(FileKit, TimesRenamesAndCopies) {
     fs::create_directory(this->dir_ / "dir");
     EXPECT_FALSE(CopyPath(this->In("dir").c_str(), this->In("e").c_str(), false));
     EXPECT_EQ(3u, std::distance(fs::directory_iterator(this->dir_.Path()), {}));  // no leftovers
-}
 
-TYPED_TEST(FileKit, SetFileLengthGoesUpToATebibyte) {
+    // SetFileLength goes up to a tebibyte.
     const auto big = this->In("big");
     const int64_t kTiB = int64_t(1) << 40;
     EXPECT_TRUE(SetFileLength(big.c_str(), kTiB, false));  // sparse: no blocks are used
@@ -306,7 +300,7 @@ TYPED_TEST(FileKit, SetFileLengthGoesUpToATebibyte) {
     EXPECT_EQ(-1, GetFileSizeByName(this->In("").c_str()));  // a directory
 }
 
-TYPED_TEST(FileKit, GetRealCasePathFindsTheSpellingOnDisk) {
+TYPED_TEST(FileKit, GetRealCasePathAndCheckedFilesThatSurviveACrash) {
     typedef TypeParam C;
     fs::create_directories(this->dir_ / "Logs/Day");
     Write(this->dir_ / "Logs/Day/File.TXT", "x");
@@ -318,9 +312,8 @@ TYPED_TEST(FileKit, GetRealCasePathFindsTheSpellingOnDisk) {
     EXPECT_EQ("logs", Bytes(real).substr(Bytes(real).size() - 4));
     EXPECT_FALSE(GetRealCasePath(this->In("Logs/").c_str(), -1, real));  // a trailing separator
     EXPECT_FALSE(GetRealCasePath(this->In("nothing/here").c_str(), -1, real));
-}
 
-TYPED_TEST(FileKit, CheckedFilesSurviveACrashBetweenTheRenames) {
+    // Checked files survive a crash between the renames.
     const auto path = this->In("state.bin");
     EXPECT_TRUE(SaveCheckedFile("first", 5, path.c_str()));
     EXPECT_TRUE(IsCheckedFileIntact(path.c_str()));
@@ -348,7 +341,7 @@ TYPED_TEST(FileKit, CheckedFilesSurviveACrashBetweenTheRenames) {
     EXPECT_FALSE(IsCheckedFileIntact(this->In("eight").c_str()));
 }
 
-TEST(GetFileSizeOfStream, CountsOnlyWhatReachedTheSystem) {
+TEST(FileKitStreams, SizesOfStreamsAndTheSystemTemporaryDirectory) {
     ScratchDir dir("qdfdk-stream");
     CFile file;
     ASSERT_TRUE(file.Open((dir / "s").c_str(), "wb"));
@@ -366,10 +359,8 @@ TEST(GetFileSizeOfStream, CountsOnlyWhatReachedTheSystem) {
     EXPECT_EQ(dir / "s", file.GetPath());
     file.Close();
     EXPECT_EQ("0123", Contents(dir / "s"));
-}
 
-TEST(CheckSystemTempPath, GivesTheTemporaryDirectoryWithItsSeparator) {
-    ScratchDir dir("qdfdk-temp");
+    // CheckSystemTempPath gives the temporary directory with its separator.
     const char* saved = getenv("TMPDIR");
     const std::string savedText = saved ? saved : "";
     setenv("TMPDIR", (dir / "made/here").c_str(), 1);
@@ -451,7 +442,7 @@ protected:
     Seen seen_;
 };
 
-TEST_F(FileSearch, WalksTheTreeWithPatternsAppliedToNamesOnly) {
+TEST_F(FileSearch, WalksTheTreeWithPatternsOnNamesAndOverlappingStartsOnce) {
     EXPECT_TRUE(Search("", "*", 10000));
     EXPECT_TRUE(seen_.found.empty());        // no start at all
     EXPECT_TRUE(Search("a||c", "", 10000));  // empty pieces dropped, "" means "*"
@@ -472,9 +463,8 @@ TEST_F(FileSearch, WalksTheTreeWithPatternsAppliedToNamesOnly) {
     EXPECT_EQ(1, std::count(seen_.found.begin(), seen_.found.end(), "a/b/f2.txt"));
     EXPECT_TRUE(Search("missing|a/b/f2.txt", "*", 10000));  // nothing to read: empty
     EXPECT_TRUE(seen_.found.empty());
-}
 
-TEST_F(FileSearch, OverlappingStartsAreWalkedOnce) {
+    // Overlapping starts are walked once.
     // With recursion a start inside another is covered by it.
     EXPECT_TRUE(Search("a|a/b", "f2.txt", 10000));
     EXPECT_EQ((std::vector<std::string>{"a/b/f2.txt"}), seen_.found);

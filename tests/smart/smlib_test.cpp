@@ -34,7 +34,7 @@ void* CountingBlocks(void* block, size_t bytes) {
     return malloc(bytes);
 }
 
-TEST(CompressedBlock, RoundTripsCompressedAndStored) {
+TEST(CompressedBlock, RoundTripsCompressedAndStoredAndDecodesPythonsStream) {
     for (size_t size : {0u, 1u, 4096u, 10u << 20}) {
         const std::vector<unsigned char> data = RandomBytes(size);
         for (int minLen : {1, INT_MAX}) {
@@ -49,20 +49,19 @@ TEST(CompressedBlock, RoundTripsCompressedAndStored) {
             EXPECT_EQ(0, back.Data()[size]);
         }
     }
-}
 
-TEST(CompressedBlock, DecodesPythonStream) {
+    // A stream that Python's zlib wrote.
     ChildProcess python({"/usr/bin/python3", "-c",
                          "import struct, zlib; d = bytes(range(256)) * 40; print((struct.pack("
                          "'<I', 0x80000000 | len(d)) + zlib.compress(d, 1)).hex().upper())"});
     std::string hex = python.ReadAll();
     ASSERT_EQ(0, python.Wait());
     hex.erase(hex.find_last_not_of("\n") + 1);
-    Binary block, back;
-    ASSERT_TRUE(HexStrToBin(hex.c_str(), block));
-    ASSERT_TRUE(UncompressBuffer(block.Data(), block.Size(), back, 0));
-    ASSERT_EQ(10240, back.Size());
-    for (int i = 0; i < back.Size(); ++i) ASSERT_EQ(i % 256, back.Data()[i]);
+    Binary pyBlock, pyBack;
+    ASSERT_TRUE(HexStrToBin(hex.c_str(), pyBlock));
+    ASSERT_TRUE(UncompressBuffer(pyBlock.Data(), pyBlock.Size(), pyBack, 0));
+    ASSERT_EQ(10240, pyBack.Size());
+    for (int i = 0; i < pyBack.Size(); ++i) ASSERT_EQ(i % 256, pyBack.Data()[i]);
 }
 
 TEST(CompressedBlock, RefusesDamagedAndHostileBlocks) {

@@ -23,7 +23,7 @@ struct EastOfUtc {
 constexpr MSEL kLast = 2147443200000LL;
 constexpr MSEL k20240102030405 = 1704135845000LL;  // local, UTC+8
 
-TEST(Calendar, MselRangeEndsInUtcAndLocalTime) {
+TEST(Calendar, MselRangeEndsDateTextSeparatorAndInvalidTexts) {
     EXPECT_TRUE(IsValidMSEL(0) && IsValidMSEL(kLast));
     EXPECT_FALSE(IsValidMSEL(kLast + 1) || IsValidMSEL(-1));
     // clang-format off
@@ -46,11 +46,9 @@ TEST(Calendar, MselRangeEndsInUtcAndLocalTime) {
     badWeekDay.wDayOfWeek = 7;
     EXPECT_TRUE(IsValidSystemTime(badWeekDay, true, false));
     EXPECT_FALSE(IsValidSystemTime(badWeekDay, true, true));
-}
 
-// The texts themselves are checked against Python's; here the separator and the
-// refused arguments.
-TEST(DateText, SeparatorAndInvalidTextsGiveMinusOne) {
+    // The texts themselves are checked against Python's; here the separator and the
+    // refused arguments.
     char text[32];
     EXPECT_STREQ("20380118T160000000", MSELToDateText(kLast, text, true, true, 'T', false));
     EXPECT_STREQ("20380119 000000", MSELToDateText(kLast, text, false, true, ' ', true));
