@@ -53,7 +53,7 @@ __attribute__((noinline)) void StartsTheCalls() {
     g_after = g_after + 1;
 }
 
-TEST(StackText, AFailedCheckShowsItsCallersFirstAndNoneOfTheReportsFrames) {
+TEST(StackText, AFailedCheckShowsItsCallersFirstAndTheBudgetKeepsTheTop) {
     ReportCapture capture;
     StartsTheCalls();
     ASSERT_EQ(1, capture.Count());
@@ -72,18 +72,17 @@ TEST(StackText, AFailedCheckShowsItsCallersFirstAndNoneOfTheReportsFrames) {
         EXPECT_LE(line.size(), 100u);
     }
     EXPECT_NE(std::string::npos, text.find("\r\n\r\nDebug Assertion Failed((null))!"));
-}
 
-TEST(StackText, TheBudgetKeepsTheTopAndCutsLongLines) {
-    char text[1024] = "";
-    StackLines lines = {2, 0, text, sizeof(text), text, "\r\n"};
+    // The budget keeps the top and cuts long lines.
+    char budget[1024] = "";
+    StackLines budgetLines = {2, 0, budget, sizeof(budget), budget, "\r\n"};
     const std::string hundred(100, 'a');
     const std::string hundredOne = std::string(96, 'b') + "(x)()";
-    AppendStackLine(&lines, hundred.c_str());
-    AppendStackLine(&lines, hundredOne.c_str());
-    AppendStackLine(&lines, "past the budget");
-    EXPECT_EQ(hundred + "\r\n" + std::string(94, 'b') + "... ()\r\n", text);
-    EXPECT_EQ(3, lines.linesSeen);
+    AppendStackLine(&budgetLines, hundred.c_str());
+    AppendStackLine(&budgetLines, hundredOne.c_str());
+    AppendStackLine(&budgetLines, "past the budget");
+    EXPECT_EQ(hundred + "\r\n" + std::string(94, 'b') + "... ()\r\n", budget);
+    EXPECT_EQ(3, budgetLines.linesSeen);
 
     // Lines that do not fit the room are counted and dropped whole.
     char small[8] = "";

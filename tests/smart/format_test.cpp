@@ -149,7 +149,7 @@ std::u16string Wide(const char16_t* fmt, Args... args) {
     return written < 0 ? u"<invalid>" : std::u16string(out, static_cast<size_t>(written));
 }
 
-TEST(WideFormat, StringsAndCharactersFollowTheWideRulesWithWidthAndPrecision) {
+TEST(WideFormat, WideRulesForStringsCsNumbersAndMinusOneForInvalidFormats) {
     const char16_t* noWide = nullptr;
     const char* noNarrow = nullptr;
     EXPECT_EQ(u"中文|日本|ab|cd", Wide(u"%s|%S|%ls|%hs", u"中文", "日本", u"ab", "cd"));
@@ -168,9 +168,8 @@ TEST(WideFormat, StringsAndCharactersFollowTheWideRulesWithWidthAndPrecision) {
     EXPECT_EQ(u"abc|xy", Wide(u"%.3S|%.2s", unterminated, wideUnterminated));
     EXPECT_EQ(u"a", Wide(u"%.3S", "a中"));
     EXPECT_EQ(u"a中", Wide(u"%.4S", "a中"));
-}
 
-TEST(WideFormat, NumbersAreCsInvalidFormatsAndTooSmallABufferGiveMinusOne) {
+    // Numbers are C's; invalid formats and too small a buffer give -1.
     EXPECT_EQ(u"-42|42|2a|2A|52|+7| 7|007",
               Wide(u"%d|%u|%x|%X|%o|%+d|% d|%03d", -42, 42u, 42, 42, 42, 7, 7, 7));
     EXPECT_EQ(u"-1|255|65535", Wide(u"%hhd|%hhu|%hu", -1, 255, 65535));  // h is not %hs

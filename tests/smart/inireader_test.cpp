@@ -54,7 +54,7 @@ TEST(IniSyntax, LinesSectionsAndKeys) {
     EXPECT_EQ(1, reports.Count("(false)"));  // the key with '#'
 }
 
-TEST(IniLookups, GetStringCopiesWhatFitsGetIntReadsAsAtoiAndClampsWhenAsked) {
+TEST(IniLookups, GetStringGetIntAndOfALargeFileTheKeysWithinTheBound) {
     const IniReader ini(Written("[s]\nk=abcdef\n"));
     char out[8] = "*******";
     EXPECT_EQ(0, ini.GetString("s", "k", "", out, 0));
@@ -85,12 +85,10 @@ TEST(IniLookups, GetStringCopiesWhatFitsGetIntReadsAsAtoiAndClampsWhenAsked) {
     EXPECT_EQ(5, numbers.GetInt("n", "absent", 5, true, 1, 10));
     EXPECT_EQ(10, numbers.GetInt("n", "absent", 50, true, 1, 10));
     EXPECT_EQ(1, reports.Count("(minVal<=defaultVal && defaultVal<=maxVal)"));
-}
 
-// Of a file beyond the bound, the keys in its whole lines within the bound count,
-// in every encoding; the line that the bound cuts is left out.
-TEST(IniFiles, OfALargeFileTheKeysWithinTheBoundApply) {
-    ReportCapture reports;
+    // Of a file beyond the bound, the keys in its whole lines within the bound count,
+    // in every encoding; the line that the bound cuts is left out.
+    ReportCapture fileReports;
     EXPECT_EQ(0, IniReader(Written("")).SectionCount());
     EXPECT_EQ(0, IniReader(Written("# a\n \t\n\r\n")).SectionCount());
     EXPECT_EQ(0, IniReader((kPath + ".missing").c_str()).SectionCount());
@@ -99,11 +97,11 @@ TEST(IniFiles, OfALargeFileTheKeysWithinTheBoundApply) {
     const std::string cut =
         std::string(IniReader::kMaxFileBytes - keys.size() - 4, '#') + "\nc=12345\n";
     for (const std::string& mark : {std::string(), std::string("\xEF\xBB\xBF")}) {
-        const IniReader ini(Written(mark + keys + huge));
-        EXPECT_EQ(1, ini.GetInt("s", "k", 0));
-        EXPECT_EQ(3, ini.GetInt("t", "k", 0));
-        EXPECT_EQ(-1, ini.GetInt("t", "long", -1));
-        EXPECT_EQ(-1, ini.GetInt("t", "after", -1));
+        const IniReader big(Written(mark + keys + huge));
+        EXPECT_EQ(1, big.GetInt("s", "k", 0));
+        EXPECT_EQ(3, big.GetInt("t", "k", 0));
+        EXPECT_EQ(-1, big.GetInt("t", "long", -1));
+        EXPECT_EQ(-1, big.GetInt("t", "after", -1));
         const IniReader bounded(Written(mark + keys + cut));
         EXPECT_EQ(1, bounded.GetInt("s", "k", 0));
         EXPECT_EQ(-1, bounded.GetInt("t", "c", -1));  // "c=1" within the bound is no key
@@ -113,7 +111,7 @@ TEST(IniFiles, OfALargeFileTheKeysWithinTheBoundApply) {
         7,
         IniReader(Written(std::string(reinterpret_cast<const char*>(wide.data()), wide.size() * 2)))
             .GetInt("s", "k", 0));
-    EXPECT_EQ(0, reports.Count());
+    EXPECT_EQ(0, fileReports.Count());
 }
 
 }  // namespace

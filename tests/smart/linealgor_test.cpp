@@ -36,7 +36,7 @@ Points Line(int x1, int y1, int x2, int y2) {
     return v;
 }
 
-TEST(LinePoints, MatchesBresenhamInEveryOctant) {
+TEST(LinePoints, BresenhamInEveryOctantClippingNearnessAndBands) {
     for (int dx = -9; dx <= 9; ++dx)
         for (int dy = -9; dy <= 9; ++dy)
             EXPECT_EQ(Reference(5, -3, 5 + dx, -3 + dy), Line(5, -3, 5 + dx, -3 + dy)) << dx << dy;
@@ -48,9 +48,8 @@ TEST(LinePoints, MatchesBresenhamInEveryOctant) {
     ReportCapture reports;
     EXPECT_EQ(-1, LinePoints(INT_MIN, 0, INT_MAX, 0, nullptr));  // 2^32 + 1 points
     EXPECT_EQ(1, reports.Count());
-}
 
-TEST(LineGeometry, ClipCutsExactlyOrRejectsNearnessAndBands) {
+    // Clipping cuts exactly or rejects.
     const QDRect box{0, 0, 10, 10}, far{INT_MAX - 10, INT_MIN, INT_MAX, INT_MIN + 10};
     struct {
         std::vector<int> line;
@@ -81,7 +80,7 @@ TEST(LineGeometry, ClipCutsExactlyOrRejectsNearnessAndBands) {
     }
 
     // Nearness of points, and the band around a line.
-    ReportCapture reports;
+    ReportCapture geometryReports;
     const int lo = INT_MIN, hi = INT_MAX;
     // {x1, y1, x2, y2, px, py, tolerance, near}
     const std::vector<int> near[] = {
@@ -115,7 +114,7 @@ TEST(LineGeometry, ClipCutsExactlyOrRejectsNearnessAndBands) {
     }
     QDPoint quad[4];
     EXPECT_FALSE(LineToRectangle(0, 0, 1, 1, 0, quad));
-    EXPECT_EQ(2, reports.Count());
+    EXPECT_EQ(2, geometryReports.Count());
 }
 
 }  // namespace

@@ -16,7 +16,7 @@ template <class CHAR>
 class NumStr : public ::testing::Test {};
 TYPED_TEST_SUITE(NumStr, TextUnits);
 
-TYPED_TEST(NumStr, AddSubtractMultiplyKeepTheirDigitRules) {
+TYPED_TEST(NumStr, ArithmeticAndComparisonsInTotalNaturalAndNumberedOrder) {
     typedef TypeParam C;
     // clang-format off
     struct Case { char op; const char *a, *b, *expected; } cases[] = {
@@ -46,10 +46,8 @@ TYPED_TEST(NumStr, AddSubtractMultiplyKeepTheirDigitRules) {
     EXPECT_EQ("105", Bytes(AddIntToNumStr(sum, Txt<C>("100").c_str(), 5)));
     EXPECT_EQ("095", Bytes(AddIntToNumStr(sum, Txt<C>("100").c_str(), -5)));
     EXPECT_EQ("7852516357", Bytes(AddIntToNumStr(sum, Txt<C>("5").c_str(), INT32_MIN)));
-}
 
-TYPED_TEST(NumStr, ComparisonsInTotalNaturalAndNumberedOrder) {
-    typedef TypeParam C;
+    // Comparisons in total, natural and numbered order.
     std::vector<std::basic_string<C>> sorted;
     for (const char* n : {"0", "000", "7", "07", "007", "9", "10", "010", "99999999999999999999"})
         sorted.push_back(Txt<C>(n));
@@ -66,14 +64,14 @@ TYPED_TEST(NumStr, ComparisonsInTotalNaturalAndNumberedOrder) {
     auto sign = [](int r) { return (r > 0) - (r < 0); };
     // natural, numbered: case-sensitive results
     // clang-format off
-    struct Case { const char *a, *b; int natural, numbered; } cases[] = {
+    struct Order { const char *a, *b; int natural, numbered; } orders[] = {
         {"a10", "a9", 1, 1},     {"1.5", "1.25", 1, -1},  {"1.05", "1.5", -1, 1},
         {"1.5", "1.50", -1, -1}, {"v1.10", "v1.9", -1, 1}, {"a.5", "a.25", -1, -1},
         {"x2.5", "x10.1", -1, -1}, {"file09", "file10", -1, -1}, {"abc", "ABC", 1, 1},
         {"file", "file1", -1, -1}, {"007", "7", 1, 1},    {"", "", 0, 0},
     };
     // clang-format on
-    for (const Case& c : cases) {
+    for (const Order& c : orders) {
         const std::basic_string<C> a = Txt<C>(c.a), b = Txt<C>(c.b);
         EXPECT_EQ(c.natural, sign(CompareStrNatural(a.c_str(), b.c_str()))) << c.a << " " << c.b;
         EXPECT_EQ(c.numbered, sign(CompareStrNumbered(a.c_str(), b.c_str()))) << c.a << " " << c.b;

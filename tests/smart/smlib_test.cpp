@@ -34,7 +34,7 @@ void* CountingBlocks(void* block, size_t bytes) {
     return malloc(bytes);
 }
 
-TEST(CompressedBlock, RoundTripsCompressedAndStoredAndDecodesPythonsStream) {
+TEST(CompressedBlock, RoundTripsDecodesPythonsStreamAndRefusesDamagedBlocks) {
     for (size_t size : {0u, 1u, 4096u, 10u << 20}) {
         const std::vector<unsigned char> data = RandomBytes(size);
         for (int minLen : {1, INT_MAX}) {
@@ -62,22 +62,21 @@ TEST(CompressedBlock, RoundTripsCompressedAndStoredAndDecodesPythonsStream) {
     ASSERT_TRUE(UncompressBuffer(pyBlock.Data(), pyBlock.Size(), pyBack, 0));
     ASSERT_EQ(10240, pyBack.Size());
     for (int i = 0; i < pyBack.Size(); ++i) ASSERT_EQ(i % 256, pyBack.Data()[i]);
-}
 
-TEST(CompressedBlock, RefusesDamagedAndHostileBlocks) {
+    // Damaged and hostile blocks are refused.
     auto decodes = [](std::vector<unsigned char> block) {
         Binary out{BinaryAllocator(&CountingBlocks)};
         const bool ok = UncompressBuffer(block.data(), int(block.size()), out, 8);
         EXPECT_TRUE(ok || out.IsEmpty());
         return ok;
     };
-    const std::vector<unsigned char> data = RandomBytes(5000);
+    const std::vector<unsigned char> damaged = RandomBytes(5000);
     Binary good;
-    ASSERT_TRUE(CompressBuffer(data.data(), int(data.size()), good, 1));
-    std::vector<unsigned char> bytes(good.Data(), good.Data() + good.Size());
-    EXPECT_FALSE(decodes(std::vector<unsigned char>(bytes.begin(), bytes.end() - 7)));
-    bytes[bytes.size() / 2] ^= 0x04;
-    EXPECT_FALSE(decodes(bytes));
+    ASSERT_TRUE(CompressBuffer(damaged.data(), int(damaged.size()), good, 1));
+    std::vector<unsigned char> damagedBytes(good.Data(), good.Data() + good.Size());
+    EXPECT_FALSE(decodes(std::vector<unsigned char>(damagedBytes.begin(), damagedBytes.end() - 7)));
+    damagedBytes[damagedBytes.size() / 2] ^= 0x04;
+    EXPECT_FALSE(decodes(damagedBytes));
     EXPECT_FALSE(decodes({0x01, 0x00, 0x00, 0x7F, 0x78}));  // header past 0x40000000
 
     // A bomb: 10 MiB of zeros under a header that claims 1000 bytes. The block is
@@ -138,7 +137,7 @@ const std::string kLe = std::string("a\0\r\0\n\0\x2D\x4E \0\x3D\xD8\x00\xDE", 14
 const std::string kBe = std::string("\0a\0\r\0\n\x4E\x2D\0 \xD8\x3D\xDE\x00", 14);
 const std::string kMarks[] = {"", "\xFF\xFE", "\xFE\xFF", "\xEF\xBB\xBF"};
 
-TEST(ReadWholeTextFile, RecognisesTheMarksAndHandsOverUtf8) {
+TEST(ReadWholeTextFile, MarksUtf8OddUtf16AndAFileThatGrew) {
     // clang-format off
     const struct { std::string bytes; TextFileType type; std::string text; } cases[] = {
         {"", tft_ansi, ""}, {"\xFF", tft_ansi, "\xFF"},
@@ -161,18 +160,17 @@ TEST(ReadWholeTextFile, RecognisesTheMarksAndHandsOverUtf8) {
         EXPECT_TRUE(ReadTextFileToStr(kPath.c_str(), buffer));
         EXPECT_EQ(c.text, buffer);
     }
-}
 
-TEST(ReadWholeTextFile, RefusesOddUtf16AndWritesNothingPastTheRoomOfAFileThatGrew) {
-    ReportCapture reports;
+    // Odd UTF-16 is refused; nothing is written past the room of a file that grew.
+    ReportCapture oddReports;
     Write(kPath, kMarks[1] + "a");
-    int len = 5;
-    std::string text = "old";
-    EXPECT_FALSE(ReadWholeTextFileEx(kPath.c_str(), nullptr, len));
-    EXPECT_FALSE(ReadTextFileToStr(kPath.c_str(), text));
-    EXPECT_EQ(0, len);
-    EXPECT_EQ("", text);
-    EXPECT_EQ(2, reports.Count("(false)"));
+    int oddLen = 5;
+    std::string oddText = "old";
+    EXPECT_FALSE(ReadWholeTextFileEx(kPath.c_str(), nullptr, oddLen));
+    EXPECT_FALSE(ReadTextFileToStr(kPath.c_str(), oddText));
+    EXPECT_EQ(0, oddLen);
+    EXPECT_EQ("", oddText);
+    EXPECT_EQ(2, oddReports.Count("(false)"));
 
     for (const std::string& mark : {kMarks[0], kMarks[1]}) {
         const std::string unit = mark.empty() ? "a" : std::string("a\0", 2);

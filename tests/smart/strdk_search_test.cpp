@@ -74,7 +74,7 @@ bool CollectIndex(void* param, int index) {
     return seen->size() < 2;
 }
 
-TYPED_TEST(Search, FindSubStrAndCountSubStr) {
+TYPED_TEST(Search, FindSubStrCountSubStrAndWholeWords) {
     // FindSubStr clears the wildcards and the direction.
     const auto src = Txt<TypeParam>("ab?ab");
     EXPECT_EQ(src.c_str() + 1, FindSubStr(src.c_str(), Txt<TypeParam>("b?").c_str(), -1, -1,
@@ -89,19 +89,18 @@ TYPED_TEST(Search, FindSubStrAndCountSubStr) {
     EXPECT_EQ(2,
               CountSubStr(text.c_str(), Txt<TypeParam>("a").c_str(), -1, -1, CollectIndex, &seen));
     EXPECT_EQ((std::vector<int>{0, 1}), seen);
-}
 
-TYPED_TEST(Search, IsWholeWordLooksAtBothNeighbours) {
-    const auto text = Txt<TypeParam>("a log.x_y 9z");
-    EXPECT_TRUE(IsWholeWord(text.c_str(), 2, -1, 3, false));
-    EXPECT_FALSE(IsWholeWord(text.c_str(), 2, -1, 2, false));  // "lo" is followed by 'g'
-    EXPECT_FALSE(IsWholeWord(text.c_str(), 10, -1, 2, false));
-    EXPECT_TRUE(IsWholeWord(text.c_str(), 10, -1, -1, true));  // to the end
-    EXPECT_FALSE(IsWholeWord(text.c_str(), 2, -1, 0, true));
+    // IsWholeWord looks at both neighbours.
+    const auto words = Txt<TypeParam>("a log.x_y 9z");
+    EXPECT_TRUE(IsWholeWord(words.c_str(), 2, -1, 3, false));
+    EXPECT_FALSE(IsWholeWord(words.c_str(), 2, -1, 2, false));  // "lo" is followed by 'g'
+    EXPECT_FALSE(IsWholeWord(words.c_str(), 10, -1, 2, false));
+    EXPECT_TRUE(IsWholeWord(words.c_str(), 10, -1, -1, true));  // to the end
+    EXPECT_FALSE(IsWholeWord(words.c_str(), 2, -1, 0, true));
 
     ReportCapture reports;
-    EXPECT_FALSE(IsWholeWord(text.c_str(), 11, -1, 5, true));
-    EXPECT_FALSE(IsWholeWord(text.c_str(), -1, -1, 2, true));
+    EXPECT_FALSE(IsWholeWord(words.c_str(), 11, -1, 5, true));
+    EXPECT_FALSE(IsWholeWord(words.c_str(), -1, -1, 2, true));
     EXPECT_EQ(2, reports.Count("(false)"));
 }
 

@@ -107,7 +107,7 @@ const EscapeCase kEscapeCases[] = {
     // clang-format on
 };
 
-TYPED_TEST(TextRoutines, UnescapeStrDecodesInPlace) {
+TYPED_TEST(TextRoutines, UnescapeStrDecodesInPlaceTextExtentAndBoundedCopy) {
     for (const EscapeCase& c : kEscapeCases) {
         auto buf = Buffer<TypeParam>(c.in, 0);
         int len = -1;
@@ -123,9 +123,8 @@ TYPED_TEST(TextRoutines, UnescapeStrDecodesInPlace) {
         EXPECT_EQ(c.strictPos < 0, r != nullptr) << c.in;
         EXPECT_EQ(c.strictPos < 0 ? c.out : c.in, Terminated(strict)) << c.in;
     }
-}
 
-TYPED_TEST(TextRoutines, TextExtentAndBoundedCopy) {
+    // The extent of a text.
     int width = -1, lines = -1;
     GetTextExtent(Txt<TypeParam>("abc\r\nde\n").c_str(), -1, &width, &lines);
     EXPECT_EQ(std::make_pair(3, 3), std::make_pair(width, lines));  // CR takes no width
@@ -167,7 +166,7 @@ const BetweenCase kBetweenCases[] = {
 };
 // clang-format on
 
-TYPED_TEST(TextRoutines, ReplaceBetweenHeadAndTail) {
+TYPED_TEST(TextRoutines, ReplaceBetweenStrPlainItsLimitCharHeadAndRemoval) {
     for (const BetweenCase& c : kBetweenCases) {
         auto buf = Buffer<TypeParam>(c.text);
         const auto head = Txt<TypeParam>(c.head), tail = Txt<TypeParam>(c.tail);
@@ -177,9 +176,7 @@ TYPED_TEST(TextRoutines, ReplaceBetweenHeadAndTail) {
             << c.text;
         EXPECT_EQ(c.expected, Terminated(buf)) << c.text;
     }
-}
 
-TYPED_TEST(TextRoutines, ReplaceStrPlainAndTheLimitCoversOnlyTheHeadOffset) {
     ReportCapture reports;
     const int unit = static_cast<int>(sizeof(TypeParam));
     const auto ab = Txt<TypeParam>("ab"), longer = Txt<TypeParam>("abcdef");
@@ -215,10 +212,9 @@ TYPED_TEST(TextRoutines, ReplaceStrPlainAndTheLimitCoversOnlyTheHeadOffset) {
     EXPECT_EQ(1, ReplaceStr(&buf[0], Txt<TypeParam>("X").c_str(), Txt<TypeParam>("--").c_str(), 0,
                             -1, 3));
     EXPECT_EQ("a--a", Terminated(buf));
-}
 
-TYPED_TEST(TextRoutines, ReplaceCharHeadAndRemoval) {
-    ReportCapture reports;
+    // ReplaceChar, ReplaceHead and RemoveChars.
+    ReportCapture charReports;
     auto path = Buffer<TypeParam>("a/b\\c/d");
     EXPECT_EQ(0, ReplaceChar(&path[0], '/', '\\', msf_slash_equal));
     EXPECT_EQ(2, ReplaceChar(&path[0], '/', '\\'));
@@ -227,9 +223,9 @@ TYPED_TEST(TextRoutines, ReplaceCharHeadAndRemoval) {
     EXPECT_EQ(2, ReplaceChar(&word[0], 'A', 'o', msf_ignore_case, 4));
     EXPECT_EQ("Bonona", Terminated(word));
     EXPECT_EQ(0, ReplaceChar(&word[0], 0, 'x'));
-    EXPECT_EQ(1, reports.Count("(0 != repChar)"));
+    EXPECT_EQ(1, charReports.Count("(0 != repChar)"));
     EXPECT_EQ(0, ReplaceChar(&word[0], 'o', 0));
-    EXPECT_EQ(1, reports.Count("(false)"));
+    EXPECT_EQ(1, charReports.Count("(false)"));
 
     auto text = Buffer<TypeParam>("hello world");
     EXPECT_EQ(9, ReplaceHead(&text[0], 5, Txt<TypeParam>("bye").c_str()));
@@ -237,13 +233,13 @@ TYPED_TEST(TextRoutines, ReplaceCharHeadAndRemoval) {
     EXPECT_EQ(2, ReplaceHead(&text[0], 100, Txt<TypeParam>("ok").c_str()));
     EXPECT_EQ("ok", Terminated(text));
     EXPECT_EQ(-1, ReplaceHead(&text[0], -1, Txt<TypeParam>("x").c_str()));
-    EXPECT_EQ(1, reports.Count("(0 <= len)"));
+    EXPECT_EQ(1, charReports.Count("(0 <= len)"));
 
     // Each removed set character within the length; the result ends at the length.
     auto messy = Buffer<TypeParam>("a-b_c-d");
     EXPECT_EQ(2, RemoveChars(&messy[0], Txt<TypeParam>("-_").c_str(), 5));
     EXPECT_EQ("abc", Terminated(messy));
-    EXPECT_EQ(3, reports.Count());
+    EXPECT_EQ(3, charReports.Count());
 }
 
 // The pieces as "[a][b]", a separator delivered alone as "[|*]".
