@@ -19,7 +19,7 @@ std::string Field(const std::string& text, const std::string& name) {
     return text.substr(at, text.find('\n', at) - at);
 }
 
-TEST(AssertReport, PlainCheckComposesTheWholeTemplate) {
+TEST(AssertReport, TheWholeTemplateTitlesLongPathsAndIgnore) {
     ReportCapture reports;
     int out_len = 0;
     const int line = __LINE__ + 1;
@@ -50,10 +50,9 @@ TEST(AssertReport, PlainCheckComposesTheWholeTemplate) {
     EXPECT_NE(std::string::npos, program.find("qdr_tests")) << program;
     EXPECT_EQ(std::to_string(line), m[6].str());
     EXPECT_EQ(1, reports.CountMessage("(null)"));  // a plain check's null message, printed
-}
 
-TEST(AssertReport, TitlesLongPathsAndIgnoreThatRestoresErrno) {
-    ReportCapture reports;
+    // The forms of the title.
+    ReportCapture forms;
     qdr_AssertPrintfBox(__FILE__, 1, "(a)", nullptr);
     qdr_AssertPrintfBox(__FILE__, 2, "(b)", "%s", "");
     // An empty format through the va_list entry, which has no literal to check.
@@ -66,7 +65,7 @@ TEST(AssertReport, TitlesLongPathsAndIgnoreThatRestoresErrno) {
     viaList("");
     qdr_AssertPrintfBox(__FILE__, 4, "(d)", "x");
     qdr_AssertPrintfBox(__FILE__, 5, "(e)", "%s: %d", "count", 12);
-    std::vector<CapturedReport> all = reports.Reports();
+    std::vector<CapturedReport> all = forms.Reports();
     ASSERT_EQ(5u, all.size());
     const char* titles[] = {"", "()", "", "(x)", "(count: 12)"};
     for (size_t i = 0; i < 5; ++i)

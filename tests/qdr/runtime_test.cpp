@@ -80,7 +80,7 @@ TEST(Ticks, TheCoarseTickIsNeverAheadAndAtMostItsLagBehind) {
     }
 }
 
-TEST(IsElapsed, BothFormsAtTheWrapAndTheIntervalLimit) {
+TEST(Intervals, ElapsedAtTheWrapClampedValuesAndOverlappingRanges) {
     EXPECT_TRUE(IsElapsed(5u, 0xFFFFFFFBu, 10u));  // across the 32-bit wrap
     EXPECT_FALSE(IsElapsed(4u, 0xFFFFFFFBu, 10u));
     EXPECT_TRUE(IsElapsed(10u, 0u, 10u));
@@ -95,10 +95,10 @@ TEST(IsElapsed, BothFormsAtTheWrapAndTheIntervalLimit) {
     IsElapsed(0u, 0u, 0x40000001u);
     IsElapsed(int64_t(0), int64_t(0), int64_t(0x4000000000000001LL));
     EXPECT_EQ(2, reports.Count("(interval <= upper_interval)"));
-}
 
-TEST(Ranges, LimitValueClampsAndReportsOnRequestOverlapIsClosedOrOpen) {
-    ReportCapture reports;
+    // LimitValue clamps, tells whether it moved and reports an empty range on request; ranges
+    // overlap closed or open.
+    ReportCapture ranges;
     // {value, lowest, highest, check} -> {moved, value}; the empty range unreported first.
     // clang-format off
     for (auto [v, lowest, highest, check, moved, want] :
@@ -108,15 +108,25 @@ TEST(Ranges, LimitValueClampsAndReportsOnRequestOverlapIsClosedOrOpen) {
         EXPECT_EQ(moved, LimitValue(v, lowest, highest, check));
         EXPECT_EQ(want, v);
     }
-    EXPECT_EQ(1, reports.Count("(highest >= lowest)"));
-    EXPECT_EQ(1, reports.Count());
+    EXPECT_EQ(1, ranges.Count("(highest >= lowest)"));
+    EXPECT_EQ(1, ranges.Count());
 
     EXPECT_TRUE(RangesOverlap(1, 3, 3, 5, true));
     EXPECT_FALSE(RangesOverlap(1, 3, 3, 5, false));
     EXPECT_TRUE(RangesOverlap(1, 4, 3, 5, false));
     EXPECT_FALSE(RangesOverlap(1, 2, 3, 5, true));
     RangesOverlap(3, 1, 0, 5, true);
-    EXPECT_EQ(1, reports.Count("(right1 >= left1)"));
+    EXPECT_EQ(1, ranges.Count("(right1 >= left1)"));
+}
+
+// The whole of a text through one of the conversions, measured first.
+template <class To, class From>
+std::basic_string<To> Converted(int (*convert)(const From*, int, To*, int),
+                                const std::basic_string<From>& s) {
+    const int n = convert(s.data(), static_cast<int>(s.size()), nullptr, 0);
+    std::basic_string<To> out(static_cast<size_t>(n), To(0));
+    EXPECT_EQ(n, convert(s.data(), static_cast<int>(s.size()), &out[0], n));
+    return out;
 }
 
 TEST(Mutex, InvalidRecordsAndMisuseAreReported) {
@@ -154,16 +164,6 @@ TEST(Mutex, InvalidRecordsAndMisuseAreReported) {
     m.Unlock();  // never locked: not the owner, and no level to give up
     EXPECT_EQ(1, reports.Count("(OSMutexOwner(mutex) == OSThreadSelf())"));
     EXPECT_EQ(1, reports.Count("(mutex->lockedCount >= 1)"));
-}
-
-// The whole of a text through one of the conversions, measured first.
-template <class To, class From>
-std::basic_string<To> Converted(int (*convert)(const From*, int, To*, int),
-                                const std::basic_string<From>& s) {
-    const int n = convert(s.data(), static_cast<int>(s.size()), nullptr, 0);
-    std::basic_string<To> out(static_cast<size_t>(n), To(0));
-    EXPECT_EQ(n, convert(s.data(), static_cast<int>(s.size()), &out[0], n));
-    return out;
 }
 
 TEST(TextConversion, ReplacementCharactersTerminatorsAndSmallBuffers) {

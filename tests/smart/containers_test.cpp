@@ -275,7 +275,7 @@ struct CountingSource : BinaryBlockSource {
     }
 };
 
-TEST(Binary, EmptyObjectsAndCopiesShareSetFromItsOwnBlockFixedBlocksAreReadOnly) {
+TEST(Binary, EmptiesCopiesOwnBlocksFixedBlocksAllocatorsAndRefusals) {
     g_functionAllocs = 0;
     Binary empty{BinaryAllocator(&CountingFunction)}, b1;
     EXPECT_TRUE(empty.HoldsEmptyEntity());
@@ -328,9 +328,8 @@ TEST(Binary, EmptyObjectsAndCopiesShareSetFromItsOwnBlockFixedBlocksAreReadOnly)
     EXPECT_EQ(4, reports.Count("(false)"));
     EXPECT_EQ("fixed", Bytes(fixedBin));
     EXPECT_TRUE(fixedBin.SetLength(5, true));  // the present size: nothing to change
-}
 
-TEST(Binary, BothAllocatorFormsFreeOnlyOwnedBlocksAndARefusalKeepsTheOldContents) {
+    // Both allocator forms; the last reference frees only owned blocks.
     CountingSource source;
     char foreign[4] = {'a', 'b', 'c', 'd'};
     {
@@ -355,7 +354,7 @@ TEST(Binary, BothAllocatorFormsFreeOnlyOwnedBlocksAndARefusalKeepsTheOldContents
 
     // A refused allocation keeps the old contents, whether the source lies inside the
     // block or outside it (the block would otherwise leak, which ASan reports).
-    ReportCapture reports;
+    ReportCapture refusals;
     Binary refused{BinaryAllocator(&CountingFunction)};
     ASSERT_TRUE(refused.Set("old", 3));
     g_refuse = true;
@@ -363,7 +362,7 @@ TEST(Binary, BothAllocatorFormsFreeOnlyOwnedBlocksAndARefusalKeepsTheOldContents
     EXPECT_FALSE(refused.Set(refused.Data() + 1, 2));
     g_refuse = false;
     EXPECT_EQ("old", Bytes(refused));
-    EXPECT_EQ(2, reports.Count("(false)"));
+    EXPECT_EQ(2, refusals.Count("(false)"));
 }
 
 // Heap calls of the pools under test.

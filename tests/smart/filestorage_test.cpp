@@ -40,7 +40,20 @@ std::string Pattern(size_t n) {
     return s;
 }
 
-TEST(FileStorage, TheSnubberServesASlowReaderFromMemory) {
+// clang-format off
+struct Lines { std::vector<std::string> seen; size_t stopAt = 100; };
+// clang-format on
+bool Collect(void* param, const char* line) {
+    Lines* lines = static_cast<Lines*>(param);
+    lines->seen.push_back(line);
+    return lines->seen.size() < lines->stopAt;
+}
+bool CountChunks(void* param, const unsigned char*, int length) {
+    static_cast<std::vector<int>*>(param)->push_back(length);
+    return true;
+}
+
+TEST(FileStorage, TheSnubberServesASlowReaderWritesKeepItTrueLinesAndChunks) {
     ScratchDir dir("storage");
     const std::string path = dir / "data", data = Pattern(20000);
     Write(path, data);
@@ -86,58 +99,43 @@ TEST(FileStorage, TheSnubberServesASlowReaderFromMemory) {
         }
     }
     EXPECT_LE(g_streamReads, calls / 3 + 4) << g_streamReads << " stream reads for " << calls;
-}
 
-// clang-format off
-struct Lines { std::vector<std::string> seen; size_t stopAt = 100; };
-// clang-format on
-bool Collect(void* param, const char* line) {
-    Lines* lines = static_cast<Lines*>(param);
-    lines->seen.push_back(line);
-    return lines->seen.size() < lines->stopAt;
-}
-bool CountChunks(void* param, const unsigned char*, int length) {
-    static_cast<std::vector<int>*>(param)->push_back(length);
-    return true;
-}
-
-TEST(FileStorage, WritesKeepTheSnubberTrueAndExtendTheFileLinesAndChunks) {
-    ScratchDir dir("storage");
-    const std::string path = dir / "sub/data";
-    FileStorage file;
+    // Writes keep the snubber true and extend the file.
+    const std::string writePath = dir / "sub/data";
+    FileStorage writer;
     ReportCapture capture;
-    EXPECT_FALSE(file.Open(path.c_str(), FileStorage::kReadWriteCreate, 0)) << "no parent";
-    EXPECT_FALSE(file.Open(path.c_str(), 4, 0));
+    EXPECT_FALSE(writer.Open(writePath.c_str(), FileStorage::kReadWriteCreate, 0)) << "no parent";
+    EXPECT_FALSE(writer.Open(writePath.c_str(), 4, 0));
     EXPECT_EQ(1, capture.Count("(false)"));
-    ASSERT_TRUE(file.Open(path.c_str(), FileStorage::kReplace, 16));
-    EXPECT_EQ(-1, file.Write(0, "abc", 3, false, false));
+    ASSERT_TRUE(writer.Open(writePath.c_str(), FileStorage::kReplace, 16));
+    EXPECT_EQ(-1, writer.Write(0, "abc", 3, false, false));
     EXPECT_EQ(2, capture.Count("(false)"));
-    EXPECT_EQ(4, file.Write(0, "abcd", 4, true, false));
-    EXPECT_EQ(3, file.Write(10, "xyz", 3, true, false));  // the gap is made first
-    EXPECT_EQ(13, file.GetFileSize());
-    char got[16];
-    ASSERT_EQ(8, file.Read(2, got, 8));  // after an unflushed write
-    EXPECT_EQ(std::string("cd\0\0\0\0\0\0", 8), std::string(got, 8));
-    EXPECT_EQ(2, file.Write(3, "DE", 2, false, true));  // inside the ring: emptied
-    EXPECT_EQ(0, file.GetReadSnubber()->GetSize());
-    ASSERT_EQ(4, file.Read(2, got, 4));
-    EXPECT_EQ(2, file.Write(1, "BC", 2, false, false));  // into its front
-    EXPECT_EQ(3, file.GetReadSnubber()->BeginByteOffset());
-    ASSERT_EQ(3, file.Read(10, got, 3));
-    EXPECT_EQ(2, file.Write(12, "ZW", 2, true, false));  // over the ring's end
-    EXPECT_EQ(12, file.GetReadSnubber()->EndByteOffset());
-    EXPECT_TRUE(file.SetFileSize(6));
+    EXPECT_EQ(4, writer.Write(0, "abcd", 4, true, false));
+    EXPECT_EQ(3, writer.Write(10, "xyz", 3, true, false));  // the gap is made first
+    EXPECT_EQ(13, writer.GetFileSize());
+    char bytes[16];
+    ASSERT_EQ(8, writer.Read(2, bytes, 8));  // after an unflushed write
+    EXPECT_EQ(std::string("cd\0\0\0\0\0\0", 8), std::string(bytes, 8));
+    EXPECT_EQ(2, writer.Write(3, "DE", 2, false, true));  // inside the ring: emptied
+    EXPECT_EQ(0, writer.GetReadSnubber()->GetSize());
+    ASSERT_EQ(4, writer.Read(2, bytes, 4));
+    EXPECT_EQ(2, writer.Write(1, "BC", 2, false, false));  // into its front
+    EXPECT_EQ(3, writer.GetReadSnubber()->BeginByteOffset());
+    ASSERT_EQ(3, writer.Read(10, bytes, 3));
+    EXPECT_EQ(2, writer.Write(12, "ZW", 2, true, false));  // over the ring's end
+    EXPECT_EQ(12, writer.GetReadSnubber()->EndByteOffset());
+    EXPECT_TRUE(writer.SetFileSize(6));
     Binary whole;
-    ASSERT_TRUE(file.ReadWhole(whole));
+    ASSERT_TRUE(writer.ReadWhole(whole));
     EXPECT_EQ(std::string("aBCDE\0", 6),
               std::string(reinterpret_cast<const char*>(whole.Data()), 6));
 
     int writable = -1;
-    fclose(file.Detach(&writable, nullptr));
+    fclose(writer.Detach(&writable, nullptr));
     EXPECT_EQ(1, writable);
-    ASSERT_TRUE(file.Open(path.c_str(), FileStorage::kReadOnly, 0));
-    EXPECT_EQ(-1, file.Write(0, "x", 1, false, false));
-    EXPECT_EQ(4, file.Read(2, got, 10)) << "cut at the end";
+    ASSERT_TRUE(writer.Open(writePath.c_str(), FileStorage::kReadOnly, 0));
+    EXPECT_EQ(-1, writer.Write(0, "x", 1, false, false));
+    EXPECT_EQ(4, writer.Read(2, bytes, 10)) << "cut at the end";
 
     // The line and chunk readers.
     const std::string textPath = dir / "text";

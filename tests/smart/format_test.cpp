@@ -77,13 +77,10 @@ TEST(NarrowFormat, IntegersMatchForEveryFlagWidthPrecisionAndSize) {
                     for (char type : std::string("diuoxX")) {
                         const std::string fmt =
                             std::string("[%") + flag + width + precision + size + type + "]";
-                        for (long long v : values) {
-                            const std::string s = size;
-                            if (s == "l" || s == "ll" || s == "j" || s == "z" || s == "t")
-                                ExpectAsCLibrary(fmt.c_str(), v);
-                            else
-                                ExpectAsCLibrary(fmt.c_str(), static_cast<int>(v));
-                        }
+                        const bool wide = *size && strchr("ljzt", *size);  // as wide as long long
+                        for (long long v : values)
+                            wide ? ExpectAsCLibrary(fmt.c_str(), v)
+                                 : ExpectAsCLibrary(fmt.c_str(), static_cast<int>(v));
                     }
 }
 

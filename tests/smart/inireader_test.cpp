@@ -25,7 +25,7 @@ std::string Get(const IniReader& ini, const char* section, const char* key) {
     return out;
 }
 
-TEST(IniSyntax, LinesSectionsAndKeys) {
+TEST(IniReader, SyntaxLookupsAndLargeFiles) {
     const struct {
         std::string text;
         const char *section, *key, *value;
@@ -52,9 +52,7 @@ TEST(IniSyntax, LinesSectionsAndKeys) {
     for (const auto& c : cases)
         EXPECT_EQ(c.value, Get(IniReader(Written(c.text)), c.section, c.key)) << c.text;
     EXPECT_EQ(1, reports.Count("(false)"));  // the key with '#'
-}
 
-TEST(IniLookups, GetStringGetIntAndOfALargeFileTheKeysWithinTheBound) {
     const IniReader ini(Written("[s]\nk=abcdef\n"));
     char out[8] = "*******";
     EXPECT_EQ(0, ini.GetString("s", "k", "", out, 0));
@@ -66,25 +64,25 @@ TEST(IniLookups, GetStringGetIntAndOfALargeFileTheKeysWithinTheBound) {
     EXPECT_EQ(0, ini.GetString("s", "x", nullptr, out, 8));
     EXPECT_EQ(4, ini.GetString("t", "k", "dflt", out, 8));
     EXPECT_STREQ("dflt", out);
-    ReportCapture reports;
+    ReportCapture lookups;
     EXPECT_EQ(0, ini.GetString("s", "a#b", "dflt", out, 8));
     EXPECT_STREQ("", out);
-    EXPECT_EQ(1, reports.Count("(false)"));
+    EXPECT_EQ(1, lookups.Count("(false)"));
 
     // GetInt reads as atoi does, and clamps when asked.
     const IniReader numbers(
         Written("[n]\na=12x\nb=abc\nc=\nd=0x10\ne=-1\nf=99999999999\ng=-99999999999\nh=+7\n"
                 "i=1234567890123456789012345678901234\n"));
-    const std::pair<const char*, int> cases[] = {
+    const std::pair<const char*, int> ints[] = {
         {"a", 12},      {"b", 0},       {"c", 0}, {"d", 0},       {"e", -1},
         {"f", INT_MAX}, {"g", INT_MIN}, {"h", 7}, {"i", INT_MAX}, {"absent", 42}};
-    for (const auto& c : cases) EXPECT_EQ(c.second, numbers.GetInt("n", c.first, 42)) << c.first;
+    for (const auto& [key, value] : ints) EXPECT_EQ(value, numbers.GetInt("n", key, 42)) << key;
 
     EXPECT_EQ(10, numbers.GetInt("n", "f", 5, true, 1, 10));
     EXPECT_EQ(1, numbers.GetInt("n", "b", 5, true, 1, 10));
     EXPECT_EQ(5, numbers.GetInt("n", "absent", 5, true, 1, 10));
     EXPECT_EQ(10, numbers.GetInt("n", "absent", 50, true, 1, 10));
-    EXPECT_EQ(1, reports.Count("(minVal<=defaultVal && defaultVal<=maxVal)"));
+    EXPECT_EQ(1, lookups.Count("(minVal<=defaultVal && defaultVal<=maxVal)"));
 
     // Of a file beyond the bound, the keys in its whole lines within the bound count,
     // in every encoding; the line that the bound cuts is left out.

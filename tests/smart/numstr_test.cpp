@@ -16,7 +16,7 @@ template <class CHAR>
 class NumStr : public ::testing::Test {};
 TYPED_TEST_SUITE(NumStr, TextUnits);
 
-TYPED_TEST(NumStr, ArithmeticAndComparisonsInTotalNaturalAndNumberedOrder) {
+TYPED_TEST(NumStr, DecimalStringsComparisonsRadixesGroupsAndByteSizes) {
     typedef TypeParam C;
     // clang-format off
     struct Case { char op; const char *a, *b, *expected; } cases[] = {
@@ -91,16 +91,13 @@ TYPED_TEST(NumStr, ArithmeticAndComparisonsInTotalNaturalAndNumberedOrder) {
     EXPECT_EQ(2, consumed);
     EXPECT_EQ(0, CompareDigitRuns(&consumed, Txt<C>("a1").c_str(), Txt<C>("1").c_str()));
     EXPECT_EQ(1, reports.Count("(IsNumLetter(*s1) && IsNumLetter(*s2))"));
-}
 
-// Radix 10 also goes through the byte sizes; here the other radixes, the groups and
-// the way back.
-TYPED_TEST(NumStr, IntegerTextsInRadixesAndGroupsByteSizesBothWays) {
-    typedef TypeParam C;
-    C buf[80];
-    EXPECT_EQ("FFFFFFFFFFFFFF01", Bytes(IntToStr(buf, -255, 16)));
-    EXPECT_EQ("-0,012", Bytes(IntToGroupedStr(buf, -12, 10, 4, 3, ',', true)));
-    EXPECT_EQ("ff_ff", Bytes(IntToGroupedStr(buf, 0xFFFF, 16, 0, 2, '_', false)));
+    // Radix 10 also goes through the byte sizes; here the other radixes, the groups and
+    // the way back.
+    C radixText[80];
+    EXPECT_EQ("FFFFFFFFFFFFFF01", Bytes(IntToStr(radixText, -255, 16)));
+    EXPECT_EQ("-0,012", Bytes(IntToGroupedStr(radixText, -12, 10, 4, 3, ',', true)));
+    EXPECT_EQ("ff_ff", Bytes(IntToGroupedStr(radixText, 0xFFFF, 16, 0, 2, '_', false)));
     EXPECT_EQ(-42, StrToInt64(Txt<C>(" \t-42x7").c_str()));
     EXPECT_EQ(INT64_MIN, StrToInt64(Txt<C>("9223372036854775808").c_str()));  // wraps
 

@@ -51,7 +51,7 @@ std::string Normalized(const std::string& ascii) {
     return NormalizePath(&text[0]) ? Bytes(text.c_str()) : "null";
 }
 
-TYPED_TEST(FileKit, NormalizedPathsRootsJoinedNamesAndDirectoryNames) {
+TYPED_TEST(FileKit, PathTextNormalisedRootsNamesRelationsAndLimits) {
     typedef TypeParam C;
     // clang-format off
     const struct { const char *path, *normal; } rows[] = {
@@ -137,10 +137,8 @@ TYPED_TEST(FileKit, NormalizedPathsRootsJoinedNamesAndDirectoryNames) {
     EXPECT_EQ("a\\", Bytes(dir));
     EXPECT_TRUE(GetParentDirName(Txt<C>("/var/log//").c_str(), dir));
     EXPECT_EQ("\\var\\", Bytes(dir));
-}
 
-TYPED_TEST(FileKit, PathRelationsValidatorsNamePartsAndPathsOf511) {
-    typedef TypeParam C;
+    // Relations of paths.
     // clang-format off
     const struct { const char *a, *b; int relation; } relations[] = {
         {"C:\\a", "C:\\a\\b", 1},     {"C:\\a\\b", "C:\\a", 2},     {"C:\\A", "c:\\a", 3},
@@ -177,7 +175,6 @@ TYPED_TEST(FileKit, PathRelationsValidatorsNamePartsAndPathsOf511) {
     // The parts of a name.
     const std::basic_string<C> path = Txt<C>("a\\b/c.tar.gz");
     const C* name = nullptr;
-    C dir[kMaxPathChars];
     EXPECT_TRUE(SplitPathName(path.c_str(), &name, dir));
     EXPECT_EQ("c.tar.gz", Bytes(name));
     EXPECT_EQ("a\\b\\", Bytes(dir));

@@ -21,23 +21,6 @@ template <class T>
 class TextRoutines : public ::testing::Test {};
 TYPED_TEST_SUITE(TextRoutines, TextUnits);
 
-TYPED_TEST(TextRoutines, TrimRangeAndTrimCopy) {
-    int offset = -1;
-    EXPECT_EQ(2, TrimRange(Txt<TypeParam>("  ab \t").c_str(), -1, &offset));
-    EXPECT_EQ(2, offset);
-    EXPECT_EQ(0, TrimRange(Txt<TypeParam>("   ").c_str(), -1, &offset));
-    EXPECT_EQ(0, offset);
-    EXPECT_EQ(4, TrimRange(Txt<TypeParam>("  ab ").c_str(), -1, &offset, nullptr, true));
-    EXPECT_EQ(0, offset);
-
-    auto buf = Buffer<TypeParam>("  keep me  ");
-    TrimCopy(&buf[0]);
-    EXPECT_EQ("keep me", Terminated(buf));
-    std::basic_string<TypeParam> dest(16, TypeParam('#'));
-    TrimCopy(&dest[0], Txt<TypeParam>("  left").c_str(), -1, nullptr, true);
-    EXPECT_EQ("  left", Terminated(dest));
-}
-
 // clang-format off
 struct UntilCase { const char* s1; const char* s2; char stop; int flags; int expected; };
 // clang-format on
@@ -72,7 +55,22 @@ const PathCase kPathCases[] = {
 };
 // clang-format on
 
-TYPED_TEST(TextRoutines, CompareCharsUntilAndComparePathName) {
+TYPED_TEST(TextRoutines, TrimRangeTrimCopyCompareCharsUntilAndComparePathName) {
+    int offset = -1;
+    EXPECT_EQ(2, TrimRange(Txt<TypeParam>("  ab \t").c_str(), -1, &offset));
+    EXPECT_EQ(2, offset);
+    EXPECT_EQ(0, TrimRange(Txt<TypeParam>("   ").c_str(), -1, &offset));
+    EXPECT_EQ(0, offset);
+    EXPECT_EQ(4, TrimRange(Txt<TypeParam>("  ab ").c_str(), -1, &offset, nullptr, true));
+    EXPECT_EQ(0, offset);
+
+    auto buf = Buffer<TypeParam>("  keep me  ");
+    TrimCopy(&buf[0]);
+    EXPECT_EQ("keep me", Terminated(buf));
+    std::basic_string<TypeParam> dest(16, TypeParam('#'));
+    TrimCopy(&dest[0], Txt<TypeParam>("  left").c_str(), -1, nullptr, true);
+    EXPECT_EQ("  left", Terminated(dest));
+
     for (const UntilCase& c : kUntilCases) {
         EXPECT_EQ(c.expected,
                   CompareCharsUntil(Txt<TypeParam>(c.s1).c_str(), Txt<TypeParam>(c.s2).c_str(),
