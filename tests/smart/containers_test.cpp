@@ -381,7 +381,13 @@ struct CountingTraits {
 
 typedef BlockAllocator<24, 1, CountingTraits, 4096> Pool24;
 
-TEST(BlockAllocator, FirstBlockIsInlineChunksGoBackWhenFreeAndTheListStaysWhole) {
+// The node size recorded in docs/platform.md, and the pool chosen for it.
+constexpr int kPathNode = sizeof(void*) == 4 ? 48 : 64;
+
+typedef WrapperAllocator<BlockAllocator<kPathNode, 1, CountingTraits>, CountingTraits> PathPool;
+typedef std::set<std::string, QDLess_<std::string>, qd_allocator<std::string, PathPool>> PathSet;
+
+TEST(BlockAllocator, InlineFirstBlockChunksTheFreeListAndASetsOwnPool) {
     CountingTraits::Reset();
     ReportCapture reports;
     Pool24 pool;
@@ -426,17 +432,10 @@ TEST(BlockAllocator, FirstBlockIsInlineChunksGoBackWhenFreeAndTheListStaysWhole)
         for (void* block : blocks) pool2.Deallocate(block);
     }
     EXPECT_EQ(2, reports.Count());
-}
 
-// The node size recorded in docs/platform.md, and the pool chosen for it.
-constexpr int kPathNode = sizeof(void*) == 4 ? 48 : 64;
-
-typedef WrapperAllocator<BlockAllocator<kPathNode, 1, CountingTraits>, CountingTraits> PathPool;
-typedef std::set<std::string, QDLess_<std::string>, qd_allocator<std::string, PathPool>> PathSet;
-
-TEST(QdAllocator, ASetTakesItsNodesFromItsOwnPool) {
+    // A set takes its nodes from its own pool.
     CountingTraits::Reset();
-    ReportCapture reports;
+    ReportCapture setReports;
     {
         PathSet paths;
         EXPECT_EQ(1, CountingTraits::mallocs);  // the entity
@@ -461,7 +460,7 @@ TEST(QdAllocator, ASetTakesItsNodesFromItsOwnPool) {
         EXPECT_TRUE(rebound == paths.get_allocator());
         EXPECT_EQ(2, rebound.Wrapper().RefCount());
         EXPECT_THROW(rebound.allocate(kPathNode + 1), std::bad_alloc);  // after the report
-        EXPECT_EQ(1, reports.Count("(false)"));
+        EXPECT_EQ(1, setReports.Count("(false)"));
     }
     EXPECT_EQ(CountingTraits::mallocs, CountingTraits::frees);
 }

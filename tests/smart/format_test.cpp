@@ -39,7 +39,7 @@ void ExpectAsCLibrary(const char* fmt, Args... args) {
     ExpectAsCLibraryIn(300, fmt, args...);
 }
 
-TEST(NarrowFormat, WritesTheCommonConversionsAsTheCLibrary) {
+TEST(NarrowFormat, CommonConversionsAndIntegersForEveryFlagWidthPrecisionAndSize) {
     ExpectAsCLibrary("message %d from %s took %.3f ms", 42, "worker", 1.542);
     ExpectAsCLibrary("");
     ExpectAsCLibrary("no conversion at all");
@@ -58,11 +58,9 @@ TEST(NarrowFormat, WritesTheCommonConversionsAsTheCLibrary) {
     ExpectAsCLibrary("%e %.2E %g %G %a %A %10.3e %-+12g|%le", 12345.678, 1e-5, 0.0001, 1e20, 1.0,
                      -0.5, 3.5, 2.5, 6.0);
     ExpectAsCLibrary("%p %20p %-20p|", static_cast<void*>(&errno), nullptr, &errno);
-}
 
-// Every combination of the flags, some widths and precisions, each size prefix and
-// each integer conversion, over values at the edges of their types.
-TEST(NarrowFormat, IntegersMatchForEveryFlagWidthPrecisionAndSize) {
+    // Every combination of the flags, some widths and precisions, each size prefix and
+    // each integer conversion, over values at the edges of their types.
     const char* const flags[] = {"",   "-",  "+",  " ",     "#",  "0", "-0",
                                  "+0", " 0", "#0", "-+ #0", "+ ", "#-"};
     const char* const widths[] = {"", "1", "5", "24"};

@@ -259,6 +259,7 @@ TYPED_TEST(FileKit, ExistenceAndTreesMadeAndRemoved) {
 
 // Times are set from local time and read back in UTC.
 TYPED_TEST(FileKit, TimesRenamesCopiesAndLengthsUpToATebibyte) {
+    // Times are set from local time and read back in UTC.
     Write(this->dir_ / "a", "aaa");
     Write(this->dir_ / "b", "bbb");
     const auto a = this->In("a"), b = this->In("b"), c = this->In("c");
@@ -439,7 +440,7 @@ protected:
     Seen seen_;
 };
 
-TEST_F(FileSearch, WalksTheTreeWithPatternsOnNamesAndOverlappingStartsOnce) {
+TEST_F(FileSearch, WalksPatternsOverlappingStartsExclusionsAndAFalseCallback) {
     EXPECT_TRUE(Search("", "*", 10000));
     EXPECT_TRUE(seen_.found.empty());        // no start at all
     EXPECT_TRUE(Search("a||c", "", 10000));  // empty pieces dropped, "" means "*"
@@ -482,9 +483,8 @@ TEST_F(FileSearch, WalksTheTreeWithPatternsOnNamesAndOverlappingStartsOnce) {
         EXPECT_TRUE(Search("A|a", "*", depth));
         EXPECT_TRUE(seen_.found.empty()) << depth;
     }
-}
 
-TEST_F(FileSearch, ExclusionsSkipEntriesTheVisitorSeesThemAndAFalseCallbackEndsTheWalk) {
+    // Exclusions skip entries, and the visitor sees them.
     // Excluded attributes: skipped silently, a directory is not entered either.
     EXPECT_TRUE(Search("a", "*", 10000, 0x10));
     EXPECT_EQ((std::vector<std::string>{"a/.hidden.txt", "a/f1.txt", "a/g.log"}),
@@ -507,10 +507,10 @@ TEST_F(FileSearch, ExclusionsSkipEntriesTheVisitorSeesThemAndAFalseCallbackEndsT
     EXPECT_EQ(0, std::count(seen_.found.begin(), seen_.found.end(), "a/b/f2.txt"));
     EXPECT_EQ(0, std::count(seen_.found.begin(), seen_.found.end(), "c/noext"));
 
-    ReportCapture reports;
+    ReportCapture tooLongReports;
     const std::string tooLong = "/" + std::string(kMaxPathChars, 'x');
     EXPECT_TRUE(SearchFiles(tooLong.c_str(), "*", 0, Found, &seen_));  // skipped
-    EXPECT_EQ(1, reports.Count("(false)"));
+    EXPECT_EQ(1, tooLongReports.Count("(false)"));
 }
 
 TEST_F(FileSearch, TreeToolsAddCarriageReturnsAndDropBlanksBeforeLineEnds) {

@@ -178,28 +178,6 @@ const MatchCase kMatchCases[] = {
     // clang-format on
 };
 
-TYPED_TEST(Search, MatchingStringCases) {
-    for (const MatchCase& c : kMatchCases) {
-        const auto str = Txt<TypeParam>(c.str), pattern = Txt<TypeParam>(c.pattern);
-        WildcardRange ranges[32];  // one per wildcard of the longest pattern at least
-        int count = -1;
-        EXPECT_EQ(c.expected,
-                  MatchingString(str.c_str(), pattern.c_str(), c.flags, -1, ranges, &count))
-            << '"' << c.str << "\" ~ \"" << c.pattern << "\" flags " << c.flags;
-        std::string got;
-        for (int k = 0; k < count; ++k)
-            got += (k ? " " : "") + std::to_string(ranges[k].offset) + "+" +
-                   std::to_string(ranges[k].length);
-        if (c.ranges) {
-            EXPECT_EQ(c.ranges, got) << c.pattern << " on " << c.str;
-        }
-        // Counted text: the same answer, also with junk behind the count.
-        const auto longer = str + Txt<TypeParam>("zz");
-        EXPECT_EQ(c.expected, MatchingString(longer.c_str(), pattern.c_str(), c.flags,
-                                             static_cast<int>(str.size())));
-    }
-}
-
 struct ListCase {
     const char *str, *patterns;
     int allMustMatch;
@@ -225,7 +203,28 @@ const ListCase kListCases[] = {
     // clang-format on
 };
 
-TYPED_TEST(Search, PatternListsFileNameSpellingsAndLongLists) {
+TYPED_TEST(Search, MatchingStringPatternListsFileNameSpellingsAndLongLists) {
+    for (const MatchCase& c : kMatchCases) {
+        const auto str = Txt<TypeParam>(c.str), pattern = Txt<TypeParam>(c.pattern);
+        WildcardRange ranges[32];  // one per wildcard of the longest pattern at least
+        int count = -1;
+        EXPECT_EQ(c.expected,
+                  MatchingString(str.c_str(), pattern.c_str(), c.flags, -1, ranges, &count))
+            << '"' << c.str << "\" ~ \"" << c.pattern << "\" flags " << c.flags;
+        std::string got;
+        for (int k = 0; k < count; ++k)
+            got += (k ? " " : "") + std::to_string(ranges[k].offset) + "+" +
+                   std::to_string(ranges[k].length);
+        if (c.ranges) {
+            EXPECT_EQ(c.ranges, got) << c.pattern << " on " << c.str;
+        }
+        // Counted text: the same answer, also with junk behind the count.
+        const auto longer = str + Txt<TypeParam>("zz");
+        EXPECT_EQ(c.expected, MatchingString(longer.c_str(), pattern.c_str(), c.flags,
+                                             static_cast<int>(str.size())));
+    }
+
+    // Pattern lists and the file-name spellings.
     for (const ListCase& c : kListCases) {
         const auto str = Txt<TypeParam>(c.str), patterns = Txt<TypeParam>(c.patterns);
         const bool got = c.fileNames
