@@ -160,7 +160,7 @@ __attribute__((noinline)) void RaisesTheSignal() {
 
 }  // namespace
 
-TEST(StackText, AnotherThreadShowsWhereItIsBlockedAndBadStacksEndTheWalk) {
+TEST(StackText, AnotherThreadBadStacksAndTheCrashHandler) {
     std::atomic<uint32_t> tid{0};
     std::promise<void> release;
     std::thread blocked([&tid, done = release.get_future().share()] {
@@ -192,11 +192,9 @@ TEST(StackText, AnotherThreadShowsWhereItIsBlockedAndBadStacksEndTheWalk) {
     RaisesTheSignal();
     std::signal(SIGUSR1, SIG_DFL);
     EXPECT_NE(std::string::npos, std::string(g_inHandler).find("RaisesTheSignal")) << g_inHandler;
-}
 
-// Also when the fault comes inside a callback, whose thread holds the engine's
-// lock: the handler never waits for it.
-TEST(StackText, TheCrashHandlerWritesTheStackOfASegfault) {
+    // The crash handler writes the stack of a segfault, also when the fault comes inside a
+    // callback, whose thread holds the engine's lock: the handler never waits for it.
     for (const char* where : {"plain", "in-callback"}) {
         SCOPED_TRACE(where);
         ScratchDir dir("qd-crash");

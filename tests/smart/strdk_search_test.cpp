@@ -74,7 +74,16 @@ bool CollectIndex(void* param, int index) {
     return seen->size() < 2;
 }
 
-TYPED_TEST(Search, FindSubStrCountSubStrAndWholeWords) {
+// A character of several units, '/', and a lone lead unit at the end.
+template <class T>
+std::basic_string<T> MultiUnitText() {
+    if constexpr (sizeof(T) == 1)
+        return "\xE4\xB8\xAD/\xE4";  // U+4E2D in UTF-8
+    else
+        return u"\xD83D\xDE00/\xD83D";  // a surrogate pair
+}
+
+TYPED_TEST(Search, FindSubStrCountSubStrWholeWordsAndDoubleByteSkips) {
     // FindSubStr clears the wildcards and the direction.
     const auto src = Txt<TypeParam>("ab?ab");
     EXPECT_EQ(src.c_str() + 1, FindSubStr(src.c_str(), Txt<TypeParam>("b?").c_str(), -1, -1,
@@ -102,29 +111,19 @@ TYPED_TEST(Search, FindSubStrCountSubStrAndWholeWords) {
     EXPECT_FALSE(IsWholeWord(words.c_str(), 11, -1, 5, true));
     EXPECT_FALSE(IsWholeWord(words.c_str(), -1, -1, 2, true));
     EXPECT_EQ(2, reports.Count("(false)"));
-}
 
-// A character of several units, '/', and a lone lead unit at the end.
-template <class T>
-std::basic_string<T> MultiUnitText() {
-    if constexpr (sizeof(T) == 1)
-        return "\xE4\xB8\xAD/\xE4";  // U+4E2D in UTF-8
-    else
-        return u"\xD83D\xDE00/\xD83D";  // a surrogate pair
-}
-
-TYPED_TEST(Search, SkipDoubleByteStepsOverWholeCharacters) {
-    const auto text = MultiUnitText<TypeParam>();
-    const TypeParam* p = text.c_str();
-    const int len = static_cast<int>(text.size());
-    EXPECT_NE(nullptr, FindChar(p, p[1], len, false));
-    EXPECT_EQ(nullptr, FindChar(p, p[1], len, true));
-    EXPECT_EQ(nullptr, FindChar(p, p[1], -1, true));
+    // SkipDoubleByte steps over whole characters.
+    const auto multi = MultiUnitText<TypeParam>();
+    const TypeParam* units = multi.c_str();
+    const int unitCount = static_cast<int>(multi.size());
+    EXPECT_NE(nullptr, FindChar(units, units[1], unitCount, false));
+    EXPECT_EQ(nullptr, FindChar(units, units[1], unitCount, true));
+    EXPECT_EQ(nullptr, FindChar(units, units[1], -1, true));
     // The lone lead unit is a character of its own and is tested; the first is skipped.
-    EXPECT_EQ(p + len - 1, FindChar(p, p[len - 1], len, true));
-    const TypeParam set[] = {p[1], '/', 0};
-    EXPECT_EQ(p + len - 2, FindAnyChar(p, set, len, -1, true));
-    EXPECT_TRUE(HasDoubleByte(p, len));
+    EXPECT_EQ(units + unitCount - 1, FindChar(units, units[unitCount - 1], unitCount, true));
+    const TypeParam set[] = {units[1], '/', 0};
+    EXPECT_EQ(units + unitCount - 2, FindAnyChar(units, set, unitCount, -1, true));
+    EXPECT_TRUE(HasDoubleByte(units, unitCount));
     EXPECT_FALSE(HasDoubleByte(Txt<TypeParam>("plain").c_str()));
 }
 

@@ -66,10 +66,10 @@ TYPED_TEST(TextRoutines, TrimRangeTrimCopyCompareCharsUntilAndComparePathName) {
 
     auto buf = Buffer<TypeParam>("  keep me  ");
     TrimCopy(&buf[0]);
-    EXPECT_EQ("keep me", Terminated(buf));
+    EXPECT_EQ("keep me", Bytes(buf.c_str()));
     std::basic_string<TypeParam> dest(16, TypeParam('#'));
     TrimCopy(&dest[0], Txt<TypeParam>("  left").c_str(), -1, nullptr, true);
-    EXPECT_EQ("  left", Terminated(dest));
+    EXPECT_EQ("  left", Bytes(dest.c_str()));
 
     for (const UntilCase& c : kUntilCases) {
         EXPECT_EQ(c.expected,
@@ -110,7 +110,7 @@ TYPED_TEST(TextRoutines, UnescapeStrDecodesInPlaceTextExtentAndBoundedCopy) {
         auto buf = Buffer<TypeParam>(c.in, 0);
         int len = -1;
         EXPECT_EQ(&buf[0], UnescapeStr(&buf[0], &len, c.onlyInQuotes));
-        EXPECT_EQ(c.out, Terminated(buf)) << c.in;
+        EXPECT_EQ(c.out, Bytes(buf.c_str())) << c.in;
         EXPECT_EQ(static_cast<int>(strlen(c.out)), len) << c.in;
         // The strict form refuses and keeps the text as it was.
         auto strict = Buffer<TypeParam>(c.in, 0);
@@ -119,7 +119,7 @@ TYPED_TEST(TextRoutines, UnescapeStrDecodesInPlaceTextExtentAndBoundedCopy) {
         const TypeParam* r = UnescapeStr(&strict[0], &len, c.onlyInQuotes, &pos);
         EXPECT_EQ(c.strictPos, pos) << c.in;
         EXPECT_EQ(c.strictPos < 0, r != nullptr) << c.in;
-        EXPECT_EQ(c.strictPos < 0 ? c.out : c.in, Terminated(strict)) << c.in;
+        EXPECT_EQ(c.strictPos < 0 ? c.out : c.in, Bytes(strict.c_str())) << c.in;
     }
 
     // The extent of a text.
@@ -133,10 +133,10 @@ TYPED_TEST(TextRoutines, UnescapeStrDecodesInPlaceTextExtentAndBoundedCopy) {
     ReportCapture reports;
     std::basic_string<TypeParam> dest(8, TypeParam('#'));
     CopyBounded(&dest[0], Txt<TypeParam>("abcdef").c_str(), -1, 4);
-    EXPECT_EQ("abc", Terminated(dest));
+    EXPECT_EQ("abc", Bytes(dest.c_str()));
     EXPECT_EQ(TypeParam('#'), dest[4]);
     CopyBounded(&dest[0], Txt<TypeParam>("1234567").c_str(), 5, -1);
-    EXPECT_EQ("12345", Terminated(dest));
+    EXPECT_EQ("12345", Bytes(dest.c_str()));
 }
 
 struct BetweenCase {
@@ -172,7 +172,7 @@ TYPED_TEST(TextRoutines, ReplaceBetweenStrPlainItsLimitCharHeadAndRemoval) {
         EXPECT_EQ(c.count, ReplaceBetween(&buf[0], head.c_str(), tail.c_str(), newStr.c_str(),
                                           c.flags, -1, -1, -1, -1, -1, c.removeCount))
             << c.text;
-        EXPECT_EQ(c.expected, Terminated(buf)) << c.text;
+        EXPECT_EQ(c.expected, Bytes(buf.c_str())) << c.text;
     }
 
     ReportCapture reports;
@@ -182,44 +182,44 @@ TYPED_TEST(TextRoutines, ReplaceBetweenStrPlainItsLimitCharHeadAndRemoval) {
     // Too small for the first insertion: -1 and the text unchanged.
     auto buf = Buffer<TypeParam>("xxab");
     EXPECT_EQ(-1, ReplaceStr(&buf[0], ab.c_str(), longer.c_str(), 0, 8 * unit));
-    EXPECT_EQ("xxab", Terminated(buf));
+    EXPECT_EQ("xxab", Bytes(buf.c_str()));
     EXPECT_EQ(1, reports.Count("(false)"));
 
     // Head 0 + 6 new units is below the 7 declared, so the replacement goes ahead and
     // the moved tail runs past the declared size: the caller has to leave room.
     buf = Buffer<TypeParam>("abxx");
     EXPECT_EQ(1, ReplaceStr(&buf[0], ab.c_str(), longer.c_str(), 0, 7 * unit));
-    EXPECT_EQ("abcdefxx", Terminated(buf));
+    EXPECT_EQ("abcdefxx", Bytes(buf.c_str()));
 
     // The second insertion fails: -1, with the first one kept.
     buf = Buffer<TypeParam>("ab ab");
     EXPECT_EQ(-1, ReplaceStr(&buf[0], ab.c_str(), longer.c_str(), 0, 9 * unit));
-    EXPECT_EQ("abcdef ab", Terminated(buf));
+    EXPECT_EQ("abcdef ab", Bytes(buf.c_str()));
 
     // The plain replacement, and its delegation.
     buf = Buffer<TypeParam>("a.b.c");
     EXPECT_EQ(2,
               ReplaceStrPlain(&buf[0], Txt<TypeParam>(".").c_str(), Txt<TypeParam>("::").c_str()));
-    EXPECT_EQ("a::b::c", Terminated(buf));
+    EXPECT_EQ("a::b::c", Bytes(buf.c_str()));
     EXPECT_EQ(2, ReplaceStrPlain(&buf[0], Txt<TypeParam>("::").c_str(),
                                  static_cast<const TypeParam*>(nullptr)));
-    EXPECT_EQ("abc", Terminated(buf));
+    EXPECT_EQ("abc", Bytes(buf.c_str()));
     EXPECT_EQ(0, ReplaceStrPlain(&buf[0], Txt<TypeParam>("").c_str(), Txt<TypeParam>("x").c_str()));
     // Counted: only the first three units count, and the result is terminated.
     buf = Buffer<TypeParam>("aXaXa");
     EXPECT_EQ(1, ReplaceStr(&buf[0], Txt<TypeParam>("X").c_str(), Txt<TypeParam>("--").c_str(), 0,
                             -1, 3));
-    EXPECT_EQ("a--a", Terminated(buf));
+    EXPECT_EQ("a--a", Bytes(buf.c_str()));
 
     // ReplaceChar, ReplaceHead and RemoveChars.
     ReportCapture charReports;
     auto path = Buffer<TypeParam>("a/b\\c/d");
     EXPECT_EQ(0, ReplaceChar(&path[0], '/', '\\', msf_slash_equal));
     EXPECT_EQ(2, ReplaceChar(&path[0], '/', '\\'));
-    EXPECT_EQ("a\\b\\c\\d", Terminated(path));
+    EXPECT_EQ("a\\b\\c\\d", Bytes(path.c_str()));
     auto word = Buffer<TypeParam>("Banana");
     EXPECT_EQ(2, ReplaceChar(&word[0], 'A', 'o', msf_ignore_case, 4));
-    EXPECT_EQ("Bonona", Terminated(word));
+    EXPECT_EQ("Bonona", Bytes(word.c_str()));
     EXPECT_EQ(0, ReplaceChar(&word[0], 0, 'x'));
     EXPECT_EQ(1, charReports.Count("(0 != repChar)"));
     EXPECT_EQ(0, ReplaceChar(&word[0], 'o', 0));
@@ -227,16 +227,16 @@ TYPED_TEST(TextRoutines, ReplaceBetweenStrPlainItsLimitCharHeadAndRemoval) {
 
     auto text = Buffer<TypeParam>("hello world");
     EXPECT_EQ(9, ReplaceHead(&text[0], 5, Txt<TypeParam>("bye").c_str()));
-    EXPECT_EQ("bye world", Terminated(text));
+    EXPECT_EQ("bye world", Bytes(text.c_str()));
     EXPECT_EQ(2, ReplaceHead(&text[0], 100, Txt<TypeParam>("ok").c_str()));
-    EXPECT_EQ("ok", Terminated(text));
+    EXPECT_EQ("ok", Bytes(text.c_str()));
     EXPECT_EQ(-1, ReplaceHead(&text[0], -1, Txt<TypeParam>("x").c_str()));
     EXPECT_EQ(1, charReports.Count("(0 <= len)"));
 
     // Each removed set character within the length; the result ends at the length.
     auto messy = Buffer<TypeParam>("a-b_c-d");
     EXPECT_EQ(2, RemoveChars(&messy[0], Txt<TypeParam>("-_").c_str(), 5));
-    EXPECT_EQ("abc", Terminated(messy));
+    EXPECT_EQ("abc", Bytes(messy.c_str()));
     EXPECT_EQ(3, charReports.Count());
 }
 

@@ -39,8 +39,3 @@ std::basic_string<T> Buffer(const char* bytes, size_t room = 64) {
     s.resize(s.size() + room, T(0));
     return s;
 }
-
-template <class T>
-std::string Terminated(const std::basic_string<T>& buffer) {
-    return Bytes(std::basic_string<T>(buffer.c_str()));
-}
