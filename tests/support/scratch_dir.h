@@ -1,7 +1,10 @@
 // A directory of its own for one test, under the system's temporary directory,
-// removed with everything in it when the test ends; and the whole of a file as
-// text, read and written.
+// removed with everything in it when the test ends, and named by the environment
+// variable `env` while it lives (the store's TMPDIR or XDG_STATE_HOME); and the
+// whole of a file as text, read and written.
 #pragma once
+
+#include <stdlib.h>
 
 #include <atomic>
 #include <filesystem>
@@ -13,15 +16,17 @@
 
 class ScratchDir {
 public:
-    explicit ScratchDir(const std::string& tag) {
+    explicit ScratchDir(const std::string& tag, const char* env = nullptr) : env_(env) {
         static std::atomic<int> serial{0};
         path_ = std::filesystem::temp_directory_path() /
                 (tag + "-" + std::to_string(os::CurrentProcessId()) + "-" +
                  std::to_string(serial.fetch_add(1)));
         std::filesystem::remove_all(path_);
         std::filesystem::create_directories(path_);
+        if (env_) setenv(env_, path_.c_str(), 1);
     }
     ~ScratchDir() {
+        if (env_) unsetenv(env_);
         std::error_code ignored;
         std::filesystem::permissions(path_, std::filesystem::perms::owner_all,
                                      std::filesystem::perm_options::add, ignored);
@@ -36,6 +41,7 @@ public:
     std::string Text() const { return path_.string(); }
 
 private:
+    const char* env_;
     std::filesystem::path path_;
 };
 

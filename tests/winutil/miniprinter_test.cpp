@@ -9,9 +9,10 @@
 #include <string>
 #include <thread>
 
+#include "child_process.h"
 #include "miniprinter.h"
 #include "scratch_dir.h"
-#include "xvfb_display.h"
+#include "x_session.h"
 
 namespace {
 
@@ -47,10 +48,8 @@ protected:
         cupsd_ = new ChildProcess(
             {"/usr/sbin/cupsd", "-f", "-c", d + "/cupsd.conf", "-s", d + "/cups-files.conf"});
         setenv("CUPS_SERVER", (d + "/cups.sock").c_str(), 1);
-        for (int i = 0; i < 100 && !fs::exists(d + "/cups.sock"); ++i)
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
         running_ =
-            fs::exists(d + "/cups.sock") &&
+            WaitUntil([&] { return fs::exists(d + "/cups.sock"); }, 5) &&
             std::system(
                 ("lpadmin -p mini -E -v keep:" + d + "/out/page.pdf -m raw 2>/dev/null").c_str()) ==
                 0;
@@ -131,8 +130,7 @@ TEST_F(PrivateCups, NoPrinterNoCupsAndRefusedSetUpGiveZero) {
 }
 
 TEST_F(PrivateCups, CancelledDialogStartsNoDocument) {
-    XvfbDisplay display;
-    if (!display.Running()) GTEST_SKIP() << "Xvfb could not be started";
+    QD_REQUIRE_X();
     SetMiniPrinterDestination("mini", true);
     fs::remove(dir_->Text() + "/out/page.pdf");  // a page of an earlier test in this process
     std::atomic<bool> done{false};

@@ -17,11 +17,9 @@ ChildProcess::ChildProcess(const std::vector<std::string>& argv,
     std::vector<char*> args;
     for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
     args.push_back(nullptr);
-    std::vector<std::string> envText;
-    for (char** e = environ; *e; ++e) envText.push_back(*e);
-    envText.insert(envText.end(), extraEnv.begin(), extraEnv.end());
     std::vector<char*> env;
-    for (std::string& e : envText) env.push_back(&e[0]);
+    for (char** e = environ; *e; ++e) env.push_back(*e);
+    for (const std::string& e : extraEnv) env.push_back(const_cast<char*>(e.c_str()));
     env.push_back(nullptr);
 
     posix_spawn_file_actions_t actions;

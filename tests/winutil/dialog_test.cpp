@@ -1,11 +1,18 @@
-// The message boxes: the layout arithmetic by table, then real boxes on the private
-// X server, answered with xdotool from another thread and photographed.
+// The message boxes and the folder and file dialogs: the layout arithmetic and the
+// extension rule by tables, then real boxes and GTK dialogs on the private X server,
+// answered with xdotool from another thread and photographed: the last folder in a
+// new process, the extension and the second replace question, and the source tree
+// trimming.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <thread>
 
+#include "child_process.h"
+#include "qdglib.h"
 #include "report_capture.h"
+#include "scratch_dir.h"
+#include "smartstr.h"
 #include "wnddk.h"
 #include "x_session.h"
 
@@ -17,10 +24,6 @@ void FixedFont(void*, const std::string& line, int* width, int* height) {
     for (unsigned char c : line) chars += (c & 0xC0) != 0x80;
     *width = 8 * chars;
     *height = 16;
-}
-
-int CentreX(const RECT& r) {
-    return (r.left + r.right) / 2;
 }
 
 }  // namespace
@@ -134,29 +137,133 @@ TEST(MessageBox, ChineseColumnFromTheLocale) {
     driver.join();
 }
 
+// The wide form, whose window is found by its UTF-8 caption; the narrow one shares
+// its body and asks the dialogs' questions.
 TEST(SiteMessageBox, CaptionsAndCorner) {
     QD_REQUIRE_X();
     const MessageBoxSite site{
         {"Sure", nullptr, nullptr, nullptr, nullptr, "Never shown", ""}, 3, 1000, 700};
     std::thread driver([] {
         RECT r{};
-        WaitUntil(  // the corner is placed after the box is shown
-            [](void* p) {
-                GetWindowRect(WaitForWindow("Site Box"), static_cast<RECT*>(p));
-                return static_cast<RECT*>(p)->right == 1000 && static_cast<RECT*>(p)->bottom == 700;
-            },
-            &r);
+        WaitUntil([&r] {  // the corner is placed after the box is shown
+            GetWindowRect(WaitForWindow("Site 宽 Box"), &r);
+            return r.right == 1000 && r.bottom == 700;
+        });
         EXPECT_EQ((std::vector<int>{1000, 700}), (std::vector<int>{r.right, r.bottom}));
-        Press("Site Box", "Return", "site_box");
+        Press("Site 宽 Box", "Return", "site_box");
     });
-    EXPECT_EQ(1, SiteMessageBox(&site, 0, 0x40, "Site Box", "%d files", 3));
+    EXPECT_EQ(1, SiteMessageBox(&site, 0, 0x40, u"Site 宽 Box", u"%s %d", u"文件", 3));
     driver.join();
 }
 
-// The wide form: the window is found by its UTF-8 caption.
-TEST(SiteMessageBox, WideCaption) {
+TEST(FileDialogs, ExtensionFromTheSelectedFilter) {
+    struct Case {
+        const char* filter;
+        int index, size;
+        bool appended;
+        const char* name;
+        int reports;
+    } cases[] = {
+        {"Text|*.txt|All|*.*", 1, 64, true, "a.txt", 0},
+        {"Text|*.txt|All|*.*", 2, 64, true, "a.*", 0},  // '*' is not forbidden
+        {"Text|*.txt|", 1, 64, true, "a.txt", 0},       // a trailing '|' is no piece
+        {"Text|*.txt||", 1, 64, false, "a", 1},         // an empty piece makes them odd
+        {"Text|*.txt", 2, 64, false, "a", 1},           // past the last pair
+        {"Any|*", 1, 64, false, "a", 0},
+        {"Odd|*.<x", 1, 64, false, "a", 0},
+        {"Text|*.text", 1, 4, true, "a.t", 0},  // cut at the buffer
+    };
+    for (const Case& c : cases) {
+        ReportCapture capture;
+        char name[64] = "a";
+        EXPECT_EQ(c.appended, AppendFilterExtension(name, c.size, c.filter, c.index)) << c.filter;
+        EXPECT_STREQ(c.name, name) << c.filter;
+        EXPECT_EQ(c.reports, capture.Count()) << c.filter;
+    }
+}
+
+// The first process chooses a folder; a second one (this program again) opens the
+// dialog without a start folder, accepts it as it comes, and prints where it was.
+TEST(FileDialogs, FolderDialogReturnsToTheLastFolderInANewProcess) {
     QD_REQUIRE_X();
-    std::thread driver([] { Press("宽 Box", "Return"); });
-    EXPECT_EQ(1, SiteMessageBox(nullptr, 0, 0, u"宽 Box", u"%s %d", u"文件", 3));
+    ScratchDir temp("dialogs", "TMPDIR");  // where the settings store lives
+    const std::string dir = temp.Text() + "/chosen";
+    std::filesystem::create_directories(dir);
+    std::thread driver(Press, "Folder Test", "Return", "folder_dialog");
+    char folder[512];
+    EXPECT_TRUE(SelectAExistedFolder(folder, "Folder Test", "Pick a folder", 0, dir.c_str()));
     driver.join();
+    EXPECT_EQ(dir, folder);
+    EXPECT_EQ(dir, GetRecentFolder());
+
+    ChildProcess second({std::filesystem::read_symlink("/proc/self/exe").string(),
+                         "--gtest_filter=FileDialogs.SecondProcessOfFolderTest"},
+                        {"QD_DIALOG_SECOND=1"});
+    std::string line;
+    while (second.ReadLine(&line) && line.rfind("chosen: ", 0) != 0) {
+    }
+    EXPECT_EQ("chosen: " + dir, line);
+}
+
+TEST(FileDialogs, SecondProcessOfFolderTest) {
+    if (!getenv("QD_DIALOG_SECOND")) GTEST_SKIP() << "runs as the second process of the test above";
+    QD_REQUIRE_X();
+    std::thread driver(Press, "Folder Again", "Return", "");
+    printf("chosen: %s\n", SelectAExistedFolder("Folder Again", "Pick").c_str());
+    fflush(stdout);
+    driver.join();
+}
+
+// "a" becomes "a.txt", which exists: the question comes, and No brings the dialog back
+// with an empty name (cancelled here). "记录" is taken as "记录.txt", in a folder of a
+// non-ASCII name, by the wide form, which converts at its edges. An open dialog never
+// asks.
+TEST(FileDialogs, SaveAddsTheExtensionAndAsksBeforeReplacing) {
+    QD_REQUIRE_X();
+    ScratchDir temp("对话框", "TMPDIR");  // where the settings store lives
+    const std::string dir = temp.Text();
+    Write(dir + "/a.txt", "old");
+    std::thread driver([] {
+        Press("Save Test", "Return", "save_dialog");
+        Press("Message", "Return", "replace_question");  // the default is No
+        WaitUntil([] { return FindWindowEx2(0, "Message", 0, 0, -1, true, -1) == 0; });
+        Press("Save Test", "Escape");
+    });
+    char name[512] = "a";
+    int filterIndex = 1;
+    EXPECT_FALSE(GetFilePathName(0, name, sizeof(name), false, false, "Text|*.txt|All|*.*",
+                                 &filterIndex, dir.c_str(), "Save Test"));
+    driver.join();
+    EXPECT_STREQ("", name);
+
+    driver = std::thread(Press, "Save Again", "Return", "");
+    EXPECT_EQ(std::u16string(SmartStrW((dir + "/记录.txt").c_str(), -1).c_str()),
+              GetFilePathName(0, u"记录", false, u"Text|*.txt|All|*.*", &filterIndex, nullptr,
+                              u"Save Again"));
+    driver.join();
+    EXPECT_EQ(1, filterIndex);
+    char stored[512];
+    ReadSetting("GetFilePathName_0", stored, sizeof(stored), true, "");
+    EXPECT_EQ(dir + "/", SystemPath(stored));
+
+    driver = std::thread(Press, "Open Test", "Return", "");
+    std::vector<std::string> list{dir + "/a.txt"};
+    EXPECT_TRUE(GetFilePathNames(0, list, true, true, "Text|*.txt", nullptr, nullptr, "Open Test"));
+    driver.join();
+    EXPECT_EQ(std::vector<std::string>{dir + "/a.txt"}, list);
+}
+
+TEST(TrimSourceTreeDialog, TrimsTheChosenTreeAndReports) {
+    QD_REQUIRE_X();
+    ScratchDir temp("dialogs", "TMPDIR");  // where the settings store lives
+    const std::string dir = temp.Text();
+    Write(dir + "/x.c", "int a;  \r\nint b;\t\n");
+    WriteSetting("SelectAExistedFolder", dir.c_str(), true);
+    std::thread driver([] {
+        Press("目录选择", "Return");
+        Press("提示", "Return", "trim_report");
+    });
+    EXPECT_TRUE(TrimSourceTreeDialog());
+    driver.join();
+    EXPECT_EQ("int a;\r\nint b;\n", Contents(dir + "/x.c"));
 }
