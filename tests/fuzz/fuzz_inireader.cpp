@@ -92,12 +92,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                                            sizeof(out));
             if (std::string(out, static_cast<size_t>(n)) != key.second) FuzzFinding("value");
         }
-        if (!section.second.count("\x01"
-                                  "absent") &&
-            reader.GetString(section.first.c_str(),
-                             "\x01"
-                             "absent",
-                             "d", out, 2) != 1)
+        if (!section.second.count("\001absent") &&
+            reader.GetString(section.first.c_str(), "\001absent", "d", out, 2) != 1)
             FuzzFinding("absent key");
     }
     return 0;

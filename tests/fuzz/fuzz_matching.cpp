@@ -2,6 +2,7 @@
 // range array of exactly one record per wildcard character of the pattern.
 // Input: two flag bytes, the pattern up to a zero byte, then the text.
 #include <cstdint>
+#include <tuple>
 #include <vector>
 
 #include "fuzz_support.h"
@@ -9,15 +10,8 @@
 
 namespace {
 
-struct Outcome {
-    bool matched;
-    std::vector<int> ranges;
-    bool listAny, listAll, fileNames;
-    bool operator!=(const Outcome& o) const {
-        return matched != o.matched || ranges != o.ranges || listAny != o.listAny ||
-               listAll != o.listAll || fileNames != o.fileNames;
-    }
-};
+// The answer, the records of a match, and the answers of the list forms.
+typedef std::tuple<bool, std::vector<int>, bool, bool, bool> Outcome;
 
 template <class T>
 Outcome Run(const uint8_t* pattern, size_t patternSize, const uint8_t* str, size_t strSize,
@@ -31,24 +25,21 @@ Outcome Run(const uint8_t* pattern, size_t patternSize, const uint8_t* str, size
     }
     std::unique_ptr<WildcardRange[]> ranges(new WildcardRange[wildcards]);
     int count = -1;
-    Outcome out;
-    out.matched = MatchingString(s.get(), p.get(), flags, s.len, ranges.get(), &count);
+    std::vector<int> matchedRanges;
+    const bool matched = MatchingString(s.get(), p.get(), flags, s.len, ranges.get(), &count);
     if (count < 0 || count > wildcards) FuzzFinding("record count");
     for (int k = 0; k < count; ++k) {
         const WildcardRange r = ranges[k];
         if (r.offset < 0 || r.length < 0 || r.offset + r.length > s.len)
             FuzzFinding("record outside the text");
-        if (out.matched) {
-            out.ranges.push_back(r.offset);
-            out.ranges.push_back(r.length);
-        }
+        if (matched) matchedRanges.insert(matchedRanges.end(), {r.offset, r.length});
     }
-    if (out.matched != MatchingString(s.get(), p.get(), flags, s.len))
+    if (matched != MatchingString(s.get(), p.get(), flags, s.len))
         FuzzFinding("records change the answer");
-    out.listAny = MatchingMultiPatterns(s.get(), p.get(), 0, flags, s.len);
-    out.listAll = MatchingMultiPatterns(s.get(), p.get(), 1, flags, s.len);
-    out.fileNames = MatchingFileNames(s.get(), p.get(), 0, flags, s.len);
-    return out;
+    return std::make_tuple(matched, matchedRanges,
+                           MatchingMultiPatterns(s.get(), p.get(), 0, flags, s.len),
+                           MatchingMultiPatterns(s.get(), p.get(), 1, flags, s.len),
+                           MatchingFileNames(s.get(), p.get(), 0, flags, s.len));
 }
 
 }  // namespace

@@ -37,9 +37,7 @@ std::vector<int> Run(const uint8_t* seps, size_t sepsSize, const uint8_t* text, 
                      uint8_t sepOfSeps, int mode, int flags) {
     const ExactText<T> s = CopyText<T>(seps, sepsSize, false);
     const ExactText<T> t = CopyText<T>(text, textSize, false);
-    Pieces<T> pieces;
-    pieces.text = t.get();
-    pieces.len = t.len;
+    Pieces<T> pieces{t.get(), t.len, 0, {}};
     SplitStrByCallback<T>(Take<T>, &pieces, t.get(), s.get(), static_cast<T>(sepOfSeps), t.len,
                           s.len, mode, flags);
     if (mode == 1) {
