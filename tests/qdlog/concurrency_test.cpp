@@ -1,9 +1,7 @@
 // Many threads at once: the lines of concurrent events never mix on the screen, in
 // the file or at the callbacks. These also run under ThreadSanitizer.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <filesystem>
 #include <regex>
 #include <string>
 #include <thread>
@@ -13,8 +11,6 @@
 #include "scratch_dir.h"
 
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr int kThreads = 8;
 constexpr int kEvents = 150;
@@ -55,9 +51,8 @@ std::vector<std::string> TextsOf(const std::string& output, const std::string& l
 class EventRoadConcurrency : public LogTest {};
 
 TEST_F(EventRoadConcurrency, EightThreadsNeverMixLines) {
-    const std::string dir =
-        (fs::temp_directory_path() / ("qdlog-threads-" + std::to_string(getpid()))).string();
-    ASSERT_EQ(1, QDLogSetDir((dir + "/").c_str()));
+    ScratchDir dir("qdlog-threads");
+    ASSERT_EQ(1, QDLogSetDir((dir.Text() + "/").c_str()));
     QDLogToFile(1);
     QDLogScreen(1);
     LineRecorder recorder;
@@ -86,7 +81,6 @@ TEST_F(EventRoadConcurrency, EightThreadsNeverMixLines) {
     const std::string file = Contents(path);
     QDLogToFile(0);
     QDLogSetDir(nullptr);
-    fs::remove_all(dir);
 
     ExpectWholeEvents(recorder.Texts(), "callbacks");
     ExpectWholeEvents(TextsOf(screen, "\n"), "screen");

@@ -65,8 +65,9 @@ TEST(LibraryCopies, APluginsOwnCopyLogsIntoItsOwnDirectory) {
     const fs::path copy = scratch.Path() / "plugin" / "libqdlog_9d.so";
     fs::create_directories(copy.parent_path());
     fs::copy_file(QDLOG_LIBRARY_FILE, copy);
-    ChildProcess child({PLUGIN_HOST, scratch / "host-logs", copy.string(), scratch / "plugin-logs"},
-                       {"QDR_ASSERT_ANSWER=ignore", "XDG_STATE_HOME=" + (scratch / "state")});
+    ChildProcess child(
+        {COPIES_HELPER, "plugin", scratch / "host-logs", copy.string(), scratch / "plugin-logs"},
+        {"QDR_ASSERT_ANSWER=ignore", "XDG_STATE_HOME=" + (scratch / "state")});
     const std::string out = child.ReadAll();
     ASSERT_EQ(0, child.Wait()) << out;
     const auto linesIn = [](const fs::path& dir) {

@@ -66,14 +66,6 @@ std::vector<std::string> ListedPaths() {
                                     log.logFileList_.listSet.end());
 }
 
-void LogText(char, int type, const std::string& text) {
-    QDLogEvent(type, "%s", text.c_str());
-}
-
-void LogText(char16_t, int type, const std::string& text) {
-    QDLogEventW(type, u"%s", Widen(text).c_str());
-}
-
 void LogFormat(int type, const char* fmt, ...) {
     va_list args;
     va_start(args, fmt);
