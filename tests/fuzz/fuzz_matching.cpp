@@ -14,10 +14,9 @@ namespace {
 typedef std::tuple<bool, std::vector<int>, bool, bool, bool> Outcome;
 
 template <class T>
-Outcome Run(const uint8_t* pattern, size_t patternSize, const uint8_t* str, size_t strSize,
-            int flags) {
-    const ExactText<T> p = CopyText<T>(pattern, patternSize, true);
-    const ExactText<T> s = CopyText<T>(str, strSize, false);
+Outcome Run(Bytes pattern, Bytes str, int flags) {
+    const ExactText<T> p = CopyText<T>(pattern, true);
+    const ExactText<T> s = CopyText<T>(str, false);
     int wildcards = 0;
     for (int k = 0; k < p.len; ++k) {
         const T c = p.get()[k];
@@ -47,11 +46,7 @@ Outcome Run(const uint8_t* pattern, size_t patternSize, const uint8_t* str, size
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     FuzzInput in(data, size);
     const int flags = in.Byte() | (in.Byte() << 8);
-    const uint8_t *pattern, *str;
-    size_t patternSize, strSize;
-    in.Piece(&pattern, &patternSize);
-    in.Piece(&str, &strSize);
-    ExpectNarrowAndWideAgree(
-        [&](auto unit) { return Run<decltype(unit)>(pattern, patternSize, str, strSize, flags); });
+    const Bytes pattern = in.Piece(), str = in.Piece();
+    ExpectNarrowAndWideAgree([&](auto unit) { return Run<decltype(unit)>(pattern, str, flags); });
     return 0;
 }

@@ -34,20 +34,6 @@ void ExpectWholeEvents(const std::vector<std::string>& texts, const char* where)
     }
 }
 
-// The texts of the lines of an output, each line stripped of its head.
-std::vector<std::string> TextsOf(const std::string& output, const std::string& lineEnd) {
-    std::vector<std::string> texts;
-    for (size_t at = 0; at < output.size();) {
-        size_t end = output.find(lineEnd, at);
-        if (end == std::string::npos) end = output.size();
-        const std::string line = output.substr(at, end - at);
-        const size_t title = line.find("|信息:");
-        texts.push_back(title == std::string::npos ? line : line.substr(title + 8));
-        at = end + lineEnd.size();
-    }
-    return texts;
-}
-
 class EventRoadConcurrency : public LogTest {};
 
 TEST_F(EventRoadConcurrency, EightThreadsNeverMixLines) {

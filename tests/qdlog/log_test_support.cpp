@@ -66,6 +66,19 @@ std::vector<std::string> ListedPaths() {
                                     log.logFileList_.listSet.end());
 }
 
+std::vector<std::string> TextsOf(const std::string& output, const std::string& lineEnd) {
+    std::vector<std::string> texts;
+    for (size_t at = 0; at < output.size();) {
+        size_t end = output.find(lineEnd, at);
+        if (end == std::string::npos) end = output.size();
+        const std::string line = output.substr(at, end - at);
+        const size_t title = line.find("|信息:");
+        texts.push_back(title == std::string::npos ? line : line.substr(title + 8));
+        at = end + lineEnd.size();
+    }
+    return texts;
+}
+
 void LogFormat(int type, const char* fmt, ...) {
     va_list args;
     va_start(args, fmt);

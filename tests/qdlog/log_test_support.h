@@ -61,6 +61,9 @@ void ResetLogFileList(int finished);
 // The listed paths, oldest first.
 std::vector<std::string> ListedPaths();
 
+// The texts of the lines of an output that ends each line with `lineEnd`, each line
+// without its head (up to "|信息:").
+std::vector<std::string> TextsOf(const std::string& output, const std::string& lineEnd);
 // The narrow entry without the compiler's format checking, for bad formats.
 void LogFormat(int type, const char* fmt, ...);
 

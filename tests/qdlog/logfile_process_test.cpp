@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "child_process.h"
+#include "log_test_support.h"
 #include "scratch_dir.h"
 
 namespace {
@@ -22,13 +23,8 @@ std::vector<std::string> TextsOfAllFiles(const fs::path& dir) {
         const std::string bytes = Contents(entry.path());
         EXPECT_TRUE(bytes.empty() || bytes.compare(bytes.size() - 2, 2, "\r\n") == 0)
             << entry.path() << " ends inside a line";
-        for (size_t at = 0, end; (end = bytes.find("\r\n", at)) != std::string::npos;
-             at = end + 2) {
-            const std::string line = bytes.substr(at, end - at);
-            const size_t title = line.find("|信息:");
-            EXPECT_EQ(23u, title) << "a torn line: " << line;
-            texts.push_back(title == std::string::npos ? line : line.substr(title + 8));
-        }
+        const std::vector<std::string> more = TextsOf(bytes, "\r\n");
+        texts.insert(texts.end(), more.begin(), more.end());
     }
     return texts;
 }

@@ -6,6 +6,7 @@
 
 #include <stdlib.h>
 
+#include <algorithm>
 #include <atomic>
 #include <filesystem>
 #include <fstream>
@@ -47,16 +48,13 @@ private:
 
 // A path of the library's grammar as the system takes it, and back: '\' <-> '/'.
 //   "\opt\app\qdlog.ini" <-> "/opt/app/qdlog.ini"
-inline std::string SwapSeparators(std::string path, char from, char to) {
-    for (char& c : path)
-        if (c == from) c = to;
+inline std::string SystemPath(std::string path) {
+    std::replace(path.begin(), path.end(), '\\', '/');
     return path;
 }
-inline std::string SystemPath(const std::string& path) {
-    return SwapSeparators(path, '\\', '/');
-}
-inline std::string LibraryPath(const std::string& path) {
-    return SwapSeparators(path, '/', '\\');
+inline std::string LibraryPath(std::string path) {
+    std::replace(path.begin(), path.end(), '/', '\\');
+    return path;
 }
 
 inline std::string Contents(const std::filesystem::path& path) {
