@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <thread>
+#include <tuple>
 
 #include "child_process.h"
 #include "qdglib.h"
@@ -39,13 +40,8 @@ TEST(MessageBoxLayout, ButtonsFocusLinesAndCentring) {
                                 l.box.bottom - l.box.top, l.buttons[0].x, l.buttons[1].x,
                                 l.buttons[0].y, l.label.left}));
 
-    struct Case {
-        uint32_t flags;
-        std::string text;
-        int defaultIndex;
-        int focus, textHeight, textWidth;
-        std::string lines;
-    } cases[] = {
+    // Flags, text and default button; the focus, the text's height and width, its lines.
+    const std::tuple<uint32_t, std::string, int, int, int, int, std::string> cases[] = {
         {0x41, "x", 5, 0, 16, 8, "x"},  // past the last button: the first
         {0x1, std::string(60, '\n'), 0, 0, 800, 8, std::string(49, '\n')},  // 50 lines at most
         {0x1, std::string(300, 'x'), 0, 0, 48, 800,                         // cut in pieces of wrap
@@ -53,13 +49,13 @@ TEST(MessageBoxLayout, ButtonsFocusLinesAndCentring) {
         {0x1, "a\n\nbb\n", 0, 0, 48, 16, "a\n\nbb"},  // a final LF adds no line
         {0x1, "中文", 0, 0, 16, 16, "中文"},          // characters, not bytes
     };
-    for (const Case& c : cases) {
-        l = LayoutMessageBox(c.flags, c.text.c_str(), c.defaultIndex, 0, FixedFont, nullptr, owner,
+    for (const auto& [flags, text, defaultIndex, focus, height, width, lines] : cases) {
+        l = LayoutMessageBox(flags, text.c_str(), defaultIndex, 0, FixedFont, nullptr, owner,
                              screen);
-        EXPECT_EQ(c.focus, l.focusIndex) << c.text.size();
-        EXPECT_EQ(c.textHeight, l.label.bottom - l.label.top) << c.text.size();
-        EXPECT_EQ(c.textWidth, l.label.right - l.label.left) << c.text.size();
-        EXPECT_EQ(c.lines, l.lines);
+        EXPECT_EQ(focus, l.focusIndex) << text.size();
+        EXPECT_EQ(height, l.label.bottom - l.label.top) << text.size();
+        EXPECT_EQ(width, l.label.right - l.label.left) << text.size();
+        EXPECT_EQ(lines, l.lines);
     }
     l = LayoutMessageBox(0x1 | kBoxCentreOnScreen, "x", 0, 0, FixedFont, nullptr, owner, screen);
     EXPECT_NEAR(500, CentreX(l.box), 1);
@@ -157,13 +153,8 @@ TEST(SiteMessageBox, CaptionsAndCorner) {
 }
 
 TEST(FileDialogs, ExtensionFromTheSelectedFilter) {
-    struct Case {
-        const char* filter;
-        int index, size;
-        bool appended;
-        const char* name;
-        int reports;
-    } cases[] = {
+    // Filter, index and room; whether an extension was appended, the name, the reports.
+    const std::tuple<const char*, int, int, bool, const char*, int> cases[] = {
         {"Text|*.txt|All|*.*", 1, 64, true, "a.txt", 0},
         {"Text|*.txt|All|*.*", 2, 64, true, "a.*", 0},  // '*' is not forbidden
         {"Text|*.txt|", 1, 64, true, "a.txt", 0},       // a trailing '|' is no piece
@@ -173,12 +164,12 @@ TEST(FileDialogs, ExtensionFromTheSelectedFilter) {
         {"Odd|*.<x", 1, 64, false, "a", 0},
         {"Text|*.text", 1, 4, true, "a.t", 0},  // cut at the buffer
     };
-    for (const Case& c : cases) {
+    for (const auto& [filter, index, size, appended, want, reports] : cases) {
         ReportCapture capture;
         char name[64] = "a";
-        EXPECT_EQ(c.appended, AppendFilterExtension(name, c.size, c.filter, c.index)) << c.filter;
-        EXPECT_STREQ(c.name, name) << c.filter;
-        EXPECT_EQ(c.reports, capture.Count()) << c.filter;
+        EXPECT_EQ(appended, AppendFilterExtension(name, size, filter, index)) << filter;
+        EXPECT_STREQ(want, name) << filter;
+        EXPECT_EQ(reports, capture.Count()) << filter;
     }
 }
 

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <string>
 #include <thread>
+#include <tuple>
 
 #include "child_process.h"
 #include "miniprinter.h"
@@ -95,14 +96,12 @@ TEST_F(PrivateCups, ADibOf96PixelsPrintsOneInchAt600Dpi) {
     // The red area in device units: 600 x 300, its last pixel (blue) 6.25 units square.
     const std::string probe = "gm convert " + png + ".png -crop 1x1+%d+%d txt:- | grep -qi '%s'";
     char cmd[512];
-    struct {
-        int x, y;
-        const char* colour;
-    } const spots[] = {{0, 0, "#FF0000"},     {597, 297, "#0000FF"}, {592, 297, "#FF0000"},
-                       {300, 150, "#FF0000"}, {601, 10, "#FFFFFF"},  {10, 301, "#FFFFFF"}};
-    for (const auto& s : spots) {
-        snprintf(cmd, sizeof(cmd), probe.c_str(), s.x, s.y, s.colour);
-        EXPECT_EQ(0, std::system(cmd)) << s.x << "," << s.y;
+    const std::tuple<int, int, const char*> spots[] = {{0, 0, "#FF0000"},     {597, 297, "#0000FF"},
+                                                       {592, 297, "#FF0000"}, {300, 150, "#FF0000"},
+                                                       {601, 10, "#FFFFFF"},  {10, 301, "#FFFFFF"}};
+    for (const auto& [x, y, colour] : spots) {
+        snprintf(cmd, sizeof(cmd), probe.c_str(), x, y, colour);
+        EXPECT_EQ(0, std::system(cmd)) << x << "," << y;
     }
 }
 

@@ -239,14 +239,13 @@ TEST_F(ProcessFlagTest, SweepDeletesFlagsOfProcessesThatNoLongerRun) {
     EXPECT_EQ("1", Value(kProcessFlagCounter));
 }
 
-TEST_F(ProcessFlagTest, OneOfTwoProcessesTakesTheNamedMutexFirst) {
+// One of two processes takes the named mutex first; names the system cannot take
+// are refused.
+TEST_F(ProcessFlagTest, NamedMutexFirstComeAndBadNames) {
     const std::string start = std::to_string(WallClockMs() + 300);
     ChildProcess a({FLAG_HELPER, "lock", start}), b({FLAG_HELPER, "lock", start});
     const std::string answers = a.ReadAll() + b.ReadAll();
     EXPECT_TRUE(answers == "first\nsecond\n" || answers == "second\nfirst\n") << answers;
-}
-
-TEST_F(ProcessFlagTest, BadMutexNamesAreRefused) {
     ReportCapture reports;
     EXPECT_EQ(0, OSPMutexOpen("a\\b"));
     EXPECT_EQ(0, OSPMutexOpen(std::string(480, 'n').c_str()));
@@ -256,8 +255,9 @@ TEST_F(ProcessFlagTest, BadMutexNamesAreRefused) {
     EXPECT_EQ(2, reports.Count("(false)"));
 }
 
-// A writer killed at any moment leaves the old value or the new one.
-TEST_F(ProcessFlagTest, StoreValueSurvivesKillDuringWrite) {
+// A writer killed at any moment leaves the old value or the new one; bad keys and
+// values of megabytes are refused.
+TEST_F(ProcessFlagTest, StoreSurvivesKilledWritersAndRefusesBadKeysAndOversizedValues) {
     for (int round = 0; round < 5; ++round) {
         ChildProcess writer({FLAG_HELPER, "write", "Software\\W"});
         std::string line;
@@ -270,9 +270,6 @@ TEST_F(ProcessFlagTest, StoreValueSurvivesKillDuringWrite) {
         const std::string v = data;
         EXPECT_TRUE(v == std::string(1000, 'A') || v == std::string(1000, 'B'));
     }
-}
-
-TEST_F(ProcessFlagTest, StoreRefusesBadKeysAndOversizedValues) {
     EXPECT_TRUE(RegCreateKey(HKEY_CURRENT_USER, "Software\\T"));
     EXPECT_FALSE(RegCreateKey(HKEY_CURRENT_USER, "Software\\T"));  // existed: false
     for (const char* bad : {"", "Software\\..\\x", "Software\\\\T", "\\Software"})

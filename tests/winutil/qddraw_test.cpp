@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "qddraw.h"
@@ -82,22 +83,20 @@ TEST(DrawText, AlignmentBySignInBothForms) {
     Canvas probe;
     const int w = Width(probe.dc, "Hi"), h = MeasureMultiLineText(probe.dc, "Hi").second;
     const QDRect r{10, 10, 151, 71};
-    struct {
-        int alignX, alignY, x, y;
-    } const cases[] = {
+    // Alignment; where the text is drawn.
+    const std::tuple<int, int, int, int> cases[] = {
         {-5, -3, 15, 13},
         {7, 4, 151 - w - 7, 71 - h - 4},
         {0, 0, (161 - w) / 2, (81 - h) / 2},
     };
-    for (const auto& k : cases) {
+    for (const auto& [alignX, alignY, x, y] : cases) {
         Canvas want, single, multi;
-        TextOutColored(want.dc, k.x, k.y, "Hi");
-        TextOutAligned(single.dc, "Hi", r, k.alignX, k.alignY);
-        DrawMultiLineText(multi.dc, "Hi", k.alignX, k.alignY, &r);
-        EXPECT_TRUE(want.Pixels() == single.Pixels()) << k.alignX;
-        EXPECT_TRUE(want.Pixels() == multi.Pixels()) << k.alignX;
-        EXPECT_TRUE(
-            IsPointOnText(probe.dc, {k.x + w / 2, k.y + h / 2}, r, "Hi", k.alignX, k.alignY));
+        TextOutColored(want.dc, x, y, "Hi");
+        TextOutAligned(single.dc, "Hi", r, alignX, alignY);
+        DrawMultiLineText(multi.dc, "Hi", alignX, alignY, &r);
+        EXPECT_TRUE(want.Pixels() == single.Pixels()) << alignX;
+        EXPECT_TRUE(want.Pixels() == multi.Pixels()) << alignX;
+        EXPECT_TRUE(IsPointOnText(probe.dc, {x + w / 2, y + h / 2}, r, "Hi", alignX, alignY));
     }
     // Two lines, gap 3: drawn 2h + 3 high and centred so; measured (h + 3) per line.
     Canvas want, multi;

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <sstream>
+#include <tuple>
 
 #include "child_process.h"
 #include "platform/gtkui.h"
@@ -68,16 +69,8 @@ TEST(WindowSearch, CriteriaRecursionAndProcesses) {
     const int own = static_cast<int>(getpid());
     const int other = static_cast<int>(helper.Pid());
     const std::string longPattern(5000, '*'), longTitle(5000, 'x');
-    struct Case {
-        HWND parent;
-        const char* title;
-        const char* className;
-        HWND owner;
-        int64_t style;
-        bool recursive;
-        int processId;
-        HWND expected;
-    } cases[] = {
+    // The arguments of the search; the window it finds.
+    const std::tuple<HWND, const char*, const char*, HWND, int64_t, bool, int, HWND> cases[] = {
         {0, "own TOP", nullptr, 0, -1, false, -2, top},  // case ignored
         {0, nullptr, "Own*Class", 0, -1, false, -1, top},
         {0, "Own Child", nullptr, 0, -1, false, -2, 0},  // not a top-level window
@@ -95,10 +88,10 @@ TEST(WindowSearch, CriteriaRecursionAndProcesses) {
         {0, nullptr, nullptr, 0, -1, true, -2, 0},       // no test at all
         {0, nullptr, nullptr, 0xDEAD, -1, true, -2, 0},  // a dead owner is no test
     };
-    for (const Case& c : cases)
-        EXPECT_EQ(c.expected, FindWindowEx2(c.parent, c.title, c.className, c.owner, c.style,
-                                            c.recursive, c.processId))
-            << (c.title ? c.title : "") << " / " << (c.className ? c.className : "");
+    for (const auto& [parent, title, className, owner, style, recursive, processId, found] : cases)
+        EXPECT_EQ(found,
+                  FindWindowEx2(parent, title, className, owner, style, recursive, processId))
+            << (title ? title : "") << " / " << (className ? className : "");
 
     HWND parent = 0;
     EXPECT_TRUE(IsTopLevel(top, &parent));

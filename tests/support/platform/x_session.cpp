@@ -90,10 +90,8 @@ bool Xdotool(const std::vector<std::string>& args) {
     // machine the activation is sometimes lost, and asked for again.
     std::vector<std::string> argv{"/usr/bin/timeout", "10", "/usr/bin/xdotool"};
     argv.insert(argv.end(), args.begin(), args.end());
-    for (int attempt = 0; attempt < 3; ++attempt) {
-        ChildProcess tool(argv);
-        if (tool.Wait() == 0) return true;
-    }
+    for (int attempt = 0; attempt < 3; ++attempt)
+        if (ChildProcess(argv).Wait() == 0) return true;
     return false;
 }
 
@@ -101,9 +99,7 @@ void Press(const std::string& title, const std::string& key, const std::string& 
     const HWND w = WaitForWindow(title.c_str());
     ASSERT_NE(0u, w) << title;
     std::this_thread::sleep_for(std::chrono::milliseconds(300));  // drawn, for the picture
-    if (!shot.empty()) {
-        EXPECT_TRUE(SaveScreenshot(w, shot));
-    }
+    EXPECT_TRUE(shot.empty() || SaveScreenshot(w, shot)) << shot;
     // Every key pressed here closes its window. One that arrives before the window
     // has taken the focus is lost on a busy machine: press again while it is up.
     for (int attempt = 0; attempt < 3; ++attempt) {
