@@ -57,11 +57,10 @@ TEST_F(EventRoadConcurrency, EightThreadsNeverMixLines) {
     for (std::thread& t : threads) t.join();
     const std::string screen = testing::internal::GetCapturedStdout();
 
-    std::string path;
+    const std::string path = QDLogGetFileName();
     {
         LogContext& log = GetLogContext();
         LogLock lock(log);
-        path = log.logFile_.Name();
         log.logFile_.Close();  // flushes what the stream holds
     }
     const std::string file = Contents(path);

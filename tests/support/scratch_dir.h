@@ -10,7 +10,7 @@
 #include <atomic>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <iterator>
 #include <string>
 
 #include "qdr/platform/os.h"
@@ -58,9 +58,8 @@ inline std::string LibraryPath(std::string path) {
 }
 
 inline std::string Contents(const std::filesystem::path& path) {
-    std::stringstream all;
-    all << std::ifstream(path, std::ios::binary).rdbuf();
-    return all.str();
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 inline void Write(const std::filesystem::path& path, const std::string& data) {

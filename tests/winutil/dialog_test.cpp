@@ -95,7 +95,7 @@ TEST(MessageBox, EveryButtonFromMainAndWorkerThread) {
     }
 }
 
-TEST(MessageBox, EscCloseCentringAndOneAtATime) {
+TEST(MessageBox, EscCloseCentringOneAtATimeAndTheSiteCorner) {
     QD_REQUIRE_X();
     TestWindows windows;
     const HWND owner = windows.Make("Box Owner", "C", 0, 0, {0, 0, 200, 100});
@@ -122,24 +122,12 @@ TEST(MessageBox, EscCloseCentringAndOneAtATime) {
     driver = std::thread(Press, "Big Box", "Return", "");
     EXPECT_EQ(1, HYMessageBox(0, mega.c_str(), "Big Box", 0x1));
     driver.join();
-}
 
-TEST(MessageBox, ChineseColumnFromTheLocale) {
-    QD_REQUIRE_X();
-    setenv("LANG", "zh_CN.UTF-8", 1);
-    ASSERT_EQ(1, BoxLanguage());
-    std::thread driver(Press, "中文", "Return", "msgbox_zh");
-    EXPECT_EQ(6, HYMessageBox(0, "要替换它吗？", "中文", 0x1C00, 0));
-    driver.join();
-}
-
-// The wide form, whose window is found by its UTF-8 caption; the narrow one shares
-// its body and asks the dialogs' questions.
-TEST(SiteMessageBox, CaptionsAndCorner) {
-    QD_REQUIRE_X();
+    // The site box in its wide form, whose window is found by its UTF-8 caption; the
+    // narrow one shares its body and asks the dialogs' questions.
     const MessageBoxSite site{
         {"Sure", nullptr, nullptr, nullptr, nullptr, "Never shown", ""}, 3, 1000, 700};
-    std::thread driver([] {
+    driver = std::thread([] {
         RECT r{};
         WaitUntil([&r] {  // the corner is placed after the box is shown
             GetWindowRect(WaitForWindow("Site 宽 Box"), &r);
@@ -149,6 +137,15 @@ TEST(SiteMessageBox, CaptionsAndCorner) {
         Press("Site 宽 Box", "Return", "site_box");
     });
     EXPECT_EQ(1, SiteMessageBox(&site, 0, 0x40, u"Site 宽 Box", u"%s %d", u"文件", 3));
+    driver.join();
+}
+
+TEST(MessageBox, ChineseColumnFromTheLocale) {
+    QD_REQUIRE_X();
+    setenv("LANG", "zh_CN.UTF-8", 1);
+    ASSERT_EQ(1, BoxLanguage());
+    std::thread driver(Press, "中文", "Return", "msgbox_zh");
+    EXPECT_EQ(6, HYMessageBox(0, "要替换它吗？", "中文", 0x1C00, 0));
     driver.join();
 }
 
@@ -175,7 +172,7 @@ TEST(FileDialogs, ExtensionFromTheSelectedFilter) {
 
 // The first process chooses a folder; a second one (this program again) opens the
 // dialog without a start folder, accepts it as it comes, and prints where it was.
-TEST(FileDialogs, FolderDialogReturnsToTheLastFolderInANewProcess) {
+TEST(FileDialogs, FolderDialogReturnsToTheLastFolderInANewProcessAndTheTrimmingStartsThere) {
     QD_REQUIRE_X();
     ScratchDir temp("dialogs", "TMPDIR");  // where the settings store lives
     const std::string dir = temp.Text() + "/chosen";
@@ -194,6 +191,16 @@ TEST(FileDialogs, FolderDialogReturnsToTheLastFolderInANewProcess) {
     while (second.ReadLine(&line) && line.rfind("chosen: ", 0) != 0) {
     }
     EXPECT_EQ("chosen: " + dir, line);
+
+    // The source tree trimming starts in that folder too.
+    Write(dir + "/x.c", "int a;  \r\nint b;\t\n");
+    std::thread trimmer([] {
+        Press("目录选择", "Return");
+        Press("提示", "Return", "trim_report");
+    });
+    EXPECT_TRUE(TrimSourceTreeDialog());
+    trimmer.join();
+    EXPECT_EQ("int a;\r\nint b;\n", Contents(dir + "/x.c"));
 }
 
 TEST(FileDialogs, SecondProcessOfFolderTest) {
@@ -242,19 +249,4 @@ TEST(FileDialogs, SaveAddsTheExtensionAndAsksBeforeReplacing) {
     EXPECT_TRUE(GetFilePathNames(0, list, true, true, "Text|*.txt", nullptr, nullptr, "Open Test"));
     driver.join();
     EXPECT_EQ(std::vector<std::string>{dir + "/a.txt"}, list);
-}
-
-TEST(TrimSourceTreeDialog, TrimsTheChosenTreeAndReports) {
-    QD_REQUIRE_X();
-    ScratchDir temp("dialogs", "TMPDIR");  // where the settings store lives
-    const std::string dir = temp.Text();
-    Write(dir + "/x.c", "int a;  \r\nint b;\t\n");
-    WriteSetting("SelectAExistedFolder", dir.c_str(), true);
-    std::thread driver([] {
-        Press("目录选择", "Return");
-        Press("提示", "Return", "trim_report");
-    });
-    EXPECT_TRUE(TrimSourceTreeDialog());
-    driver.join();
-    EXPECT_EQ("int a;\r\nint b;\n", Contents(dir + "/x.c"));
 }

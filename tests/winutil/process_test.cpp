@@ -49,6 +49,7 @@ TEST(SmallHelpers, TextRules) {
     // clang-format off
     struct Trim { const char* in; const char* out; } trims[] = {
         {"文件不存在。", "文件不存在"}, {"Done.\r\n", "Done."}, {"a，；！ \t", "a"}, {"", ""}};
+    // clang-format on
     for (const Trim& t : trims) {
         char text[64];
         strcpy(text, t.in);

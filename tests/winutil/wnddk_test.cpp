@@ -159,7 +159,7 @@ TEST(CenterWindow, ChildPopupHiddenOwnerAndWidePopup) {
     ExpectPlace(popup, CentreX(ownerRect), CentreY(ownerRect));
 
     // A minimised owner: the work area of the monitor instead.
-    windows.Iconify(owner);
+    ASSERT_TRUE(Xdotool({"windowminimize", std::to_string(owner)}));
     WaitUntil([owner] { return (GetWindowStyle(owner) & WS_MINIMIZE) != 0; });
     RECT monitor, work;
     GetWindowRect(popup, &popupRect);
@@ -177,7 +177,7 @@ TEST(CenterWindow, ChildPopupHiddenOwnerAndWidePopup) {
     EXPECT_EQ(2048 - 300, CenterPosition(RECT{0, 0, 300, 50}, &ref, right, right).x);
 }
 
-TEST(Monitors, ListPointsAndNearest) {
+TEST(Screen, MonitorsPointsNearestAndClipboard) {
     QD_REQUIRE_X();
     std::vector<MonitorEntry> list, devices;
     ASSERT_TRUE(GetMonitors(nullptr, list));
@@ -194,10 +194,8 @@ TEST(Monitors, ListPointsAndNearest) {
     EXPECT_EQ(1, NearestMonitor(two, RECT{90, 0, 150, 10}));   // more area on the second
     EXPECT_EQ(0, NearestMonitor(two, RECT{-50, 0, -40, 10}));  // none shared: the nearest
     EXPECT_EQ(-1, NearestMonitor({}, RECT{0, 0, 1, 1}));
-}
 
-TEST(Clipboard, TextStaysAfterTheCall) {
-    QD_REQUIRE_X();
+    // Text on the clipboard stays after the call.
     EXPECT_TRUE(CopyTextToClipboard("hello world", 5));
     EXPECT_EQ("hello", gtkui::ClipboardText());
     const std::string big(1 << 20, 'x');

@@ -3,9 +3,10 @@
 #include <errno.h>
 #include <signal.h>
 #include <spawn.h>
-#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <chrono>
 
 extern char** environ;
 
@@ -85,7 +86,6 @@ int ChildProcess::Wait() {
 }
 
 long long WallClockMs() {
-    timeval tv;
-    gettimeofday(&tv, nullptr);
-    return static_cast<long long>(tv.tv_sec) * 1000 + tv.tv_usec / 1000;
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
 }

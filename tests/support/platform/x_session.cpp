@@ -8,10 +8,8 @@
 #include <X11/Xutil.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <filesystem>
-#include <thread>
 
 #include "child_process.h"
 
@@ -171,11 +169,5 @@ void TestWindows::Close(HWND window) {
     e.xclient.data.l[0] = static_cast<long>(XInternAtom(d, "WM_DELETE_WINDOW", False));
     e.xclient.data.l[1] = CurrentTime;
     XSendEvent(d, window, False, NoEventMask, &e);
-    XSync(d, False);
-}
-
-void TestWindows::Iconify(HWND window) {
-    Display* d = static_cast<Display*>(display_);
-    XIconifyWindow(d, window, DefaultScreen(d));
     XSync(d, False);
 }

@@ -56,7 +56,6 @@ public:
     HWND Make(const char* title, const char* className, HWND parent, HWND owner, RECT rect,
               bool unmanaged = false, unsigned long pid = 0);
     void Destroy(HWND window);
-    void Iconify(HWND window);
     // What the close box of the frame does: WM_DELETE_WINDOW.
     void Close(HWND window);
 
