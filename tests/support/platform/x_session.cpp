@@ -55,8 +55,9 @@ bool StartPrivateX(std::string* reason) {
     static std::string failure;
     if (state == 0) {
         state = -1;
-        auto* server = new ChildProcess(  // never deleted: see the watchdog above
-            {"/bin/sh", "-c", kServerScript, "sh", std::to_string(getpid())});
+        // Never deleted, but held to the end: see the watchdog above.
+        static ChildProcess* const server =
+            new ChildProcess({"/bin/sh", "-c", kServerScript, "sh", std::to_string(getpid())});
         std::string line;
         if (!server->ReadLine(&line) || line.empty() || line == "none") {
             failure = "Xvfb could not start";
