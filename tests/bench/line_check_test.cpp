@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <tuple>
 
 #include "compare/contender.h"
 #include "compare/line_check.h"
@@ -19,11 +20,8 @@ std::string Message(int index) {
 }
 
 TEST(LineCheck, FindsEveryWayALineIsLost) {
-    const struct {
-        const char* what;
-        std::string text;
-        long messages, missing, repeated, malformed;
-    } rows[] = {
+    // What the file holds; the messages, missing, repeated and malformed lines found.
+    const std::tuple<const char*, std::string, long, long, long, long> rows[] = {
         {"all, with our head and CR LF",
          "2026-01-02 03:04:05.678|信息:" + Message(0) + "\r\n" + Message(1) + "\r\n" + Message(2) +
              "\r\n",
@@ -40,16 +38,16 @@ TEST(LineCheck, FindsEveryWayALineIsLost) {
          0, 1},
         {"a wrong value", Message(0) + "\n" + Message(1) + "\n" + Message(2) + "0\n", 2, 1, 0, 1},
     };
-    for (const auto& row : rows) {
+    for (const auto& [what, text, messages, missing, repeated, malformed] : rows) {
         ScratchDir dir("line-check");
-        Write(dir / "log", row.text);
+        Write(dir / "log", text);
         std::filesystem::create_symlink(dir / "log", dir / "log.INFO");  // glog's link
         const LineCheck check = CheckLines(dir.Text(), 3);
-        EXPECT_EQ(row.messages, check.messages) << row.what;
-        EXPECT_EQ(row.missing, check.missing) << row.what;
-        EXPECT_EQ(row.repeated, check.repeated) << row.what;
-        EXPECT_EQ(row.malformed, check.malformed) << row.what;
-        EXPECT_EQ(row.missing + row.repeated + row.malformed == 0, check.Passed()) << row.what;
+        EXPECT_EQ(messages, check.messages) << what;
+        EXPECT_EQ(missing, check.missing) << what;
+        EXPECT_EQ(repeated, check.repeated) << what;
+        EXPECT_EQ(malformed, check.malformed) << what;
+        EXPECT_EQ(missing + repeated + malformed == 0, check.Passed()) << what;
     }
 }
 

@@ -37,9 +37,9 @@ bool MatchesAt(const T* s, int n, const T* f, int m, int p, int flags, bool whol
 }
 
 template <class T>
-int Run(const uint8_t* find, size_t findSize, const uint8_t* src, size_t srcSize, int flags) {
-    const ExactText<T> f = CopyText<T>(find, findSize, false);
-    const ExactText<T> s = CopyText<T>(src, srcSize, false);
+int Run(Bytes find, Bytes src, int flags) {
+    const ExactText<T> f = CopyText<T>(find, false);
+    const ExactText<T> s = CopyText<T>(src, false);
     int line = -1;
     const int idx = FindStrIndex(s.get(), f.get(), s.len, f.len, flags, &line);
 
@@ -85,11 +85,7 @@ int Run(const uint8_t* find, size_t findSize, const uint8_t* src, size_t srcSize
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     FuzzInput in(data, size);
     const int flags = in.Byte();
-    const uint8_t *find, *src;
-    size_t findSize, srcSize;
-    in.Piece(&find, &findSize);
-    in.Piece(&src, &srcSize);
-    ExpectNarrowAndWideAgree(
-        [&](auto unit) { return Run<decltype(unit)>(find, findSize, src, srcSize, flags); });
+    const Bytes find = in.Piece(), src = in.Piece();
+    ExpectNarrowAndWideAgree([&](auto unit) { return Run<decltype(unit)>(find, src, flags); });
     return 0;
 }

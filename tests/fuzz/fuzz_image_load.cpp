@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <fstream>
 #include <string>
 
 #include "dib.h"
@@ -14,10 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const char* const kExtensions[6] = {".bmp", ".gif", ".pcx", ".tga", ".jpg", ".tif"};
     const std::string path =
         "/tmp/fuzz_image_load_" + std::to_string(getpid()) + kExtensions[data[0] % 6];
-    FILE* f = fopen(path.c_str(), "wb");
-    if (!f) return 0;
-    fwrite(data + 1, 1, size - 1, f);
-    fclose(f);
+    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(data + 1), size - 1);
     CDib image(path.c_str(), false);
     if (image.IsValid() &&
         (image.Width() < 1 || image.Height() < 1 || image.GetPixelValue(0, 0) == -1))

@@ -7,8 +7,8 @@
 #include <unistd.h>
 
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
+#include <fstream>
 #include <map>
 #include <string>
 
@@ -69,10 +69,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const bool wide =
         size >= 2 && ((data[0] == 0xFF && data[1] == 0xFE) || (data[0] == 0xFE && data[1] == 0xFF));
     if (wide && size % 2) bytes.pop_back();
-    FILE* f = fopen(path.c_str(), "wb");
-    if (!f) return 0;
-    fwrite(bytes.data(), 1, bytes.size(), f);
-    fclose(f);
+    if (!(std::ofstream(path, std::ios::binary) << bytes)) return 0;
     const IniReader reader(path.c_str());
 
     char out[IniReader::kMaxFileBytes + 1];
@@ -92,12 +89,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                                            sizeof(out));
             if (std::string(out, static_cast<size_t>(n)) != key.second) FuzzFinding("value");
         }
-        if (!section.second.count("\x01"
-                                  "absent") &&
-            reader.GetString(section.first.c_str(),
-                             "\x01"
-                             "absent",
-                             "d", out, 2) != 1)
+        if (!section.second.count("\001absent") &&
+            reader.GetString(section.first.c_str(), "\001absent", "d", out, 2) != 1)
             FuzzFinding("absent key");
     }
     return 0;

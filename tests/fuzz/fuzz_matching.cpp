@@ -2,6 +2,7 @@
 // range array of exactly one record per wildcard character of the pattern.
 // Input: two flag bytes, the pattern up to a zero byte, then the text.
 #include <cstdint>
+#include <tuple>
 #include <vector>
 
 #include "fuzz_support.h"
@@ -9,21 +10,13 @@
 
 namespace {
 
-struct Outcome {
-    bool matched;
-    std::vector<int> ranges;
-    bool listAny, listAll, fileNames;
-    bool operator!=(const Outcome& o) const {
-        return matched != o.matched || ranges != o.ranges || listAny != o.listAny ||
-               listAll != o.listAll || fileNames != o.fileNames;
-    }
-};
+// The answer, the records of a match, and the answers of the list forms.
+typedef std::tuple<bool, std::vector<int>, bool, bool, bool> Outcome;
 
 template <class T>
-Outcome Run(const uint8_t* pattern, size_t patternSize, const uint8_t* str, size_t strSize,
-            int flags) {
-    const ExactText<T> p = CopyText<T>(pattern, patternSize, true);
-    const ExactText<T> s = CopyText<T>(str, strSize, false);
+Outcome Run(Bytes pattern, Bytes str, int flags) {
+    const ExactText<T> p = CopyText<T>(pattern, true);
+    const ExactText<T> s = CopyText<T>(str, false);
     int wildcards = 0;
     for (int k = 0; k < p.len; ++k) {
         const T c = p.get()[k];
@@ -31,24 +24,21 @@ Outcome Run(const uint8_t* pattern, size_t patternSize, const uint8_t* str, size
     }
     std::unique_ptr<WildcardRange[]> ranges(new WildcardRange[wildcards]);
     int count = -1;
-    Outcome out;
-    out.matched = MatchingString(s.get(), p.get(), flags, s.len, ranges.get(), &count);
+    std::vector<int> matchedRanges;
+    const bool matched = MatchingString(s.get(), p.get(), flags, s.len, ranges.get(), &count);
     if (count < 0 || count > wildcards) FuzzFinding("record count");
     for (int k = 0; k < count; ++k) {
         const WildcardRange r = ranges[k];
         if (r.offset < 0 || r.length < 0 || r.offset + r.length > s.len)
             FuzzFinding("record outside the text");
-        if (out.matched) {
-            out.ranges.push_back(r.offset);
-            out.ranges.push_back(r.length);
-        }
+        if (matched) matchedRanges.insert(matchedRanges.end(), {r.offset, r.length});
     }
-    if (out.matched != MatchingString(s.get(), p.get(), flags, s.len))
+    if (matched != MatchingString(s.get(), p.get(), flags, s.len))
         FuzzFinding("records change the answer");
-    out.listAny = MatchingMultiPatterns(s.get(), p.get(), 0, flags, s.len);
-    out.listAll = MatchingMultiPatterns(s.get(), p.get(), 1, flags, s.len);
-    out.fileNames = MatchingFileNames(s.get(), p.get(), 0, flags, s.len);
-    return out;
+    return std::make_tuple(matched, matchedRanges,
+                           MatchingMultiPatterns(s.get(), p.get(), 0, flags, s.len),
+                           MatchingMultiPatterns(s.get(), p.get(), 1, flags, s.len),
+                           MatchingFileNames(s.get(), p.get(), 0, flags, s.len));
 }
 
 }  // namespace
@@ -56,11 +46,7 @@ Outcome Run(const uint8_t* pattern, size_t patternSize, const uint8_t* str, size
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     FuzzInput in(data, size);
     const int flags = in.Byte() | (in.Byte() << 8);
-    const uint8_t *pattern, *str;
-    size_t patternSize, strSize;
-    in.Piece(&pattern, &patternSize);
-    in.Piece(&str, &strSize);
-    ExpectNarrowAndWideAgree(
-        [&](auto unit) { return Run<decltype(unit)>(pattern, patternSize, str, strSize, flags); });
+    const Bytes pattern = in.Piece(), str = in.Piece();
+    ExpectNarrowAndWideAgree([&](auto unit) { return Run<decltype(unit)>(pattern, str, flags); });
     return 0;
 }

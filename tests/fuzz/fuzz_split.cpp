@@ -33,13 +33,10 @@ bool Take(void* param, const T* piece, int len, int isSeparator) {
 }
 
 template <class T>
-std::vector<int> Run(const uint8_t* seps, size_t sepsSize, const uint8_t* text, size_t textSize,
-                     uint8_t sepOfSeps, int mode, int flags) {
-    const ExactText<T> s = CopyText<T>(seps, sepsSize, false);
-    const ExactText<T> t = CopyText<T>(text, textSize, false);
-    Pieces<T> pieces;
-    pieces.text = t.get();
-    pieces.len = t.len;
+std::vector<int> Run(Bytes seps, Bytes text, uint8_t sepOfSeps, int mode, int flags) {
+    const ExactText<T> s = CopyText<T>(seps, false);
+    const ExactText<T> t = CopyText<T>(text, false);
+    Pieces<T> pieces{t.get(), t.len, 0, {}};
     SplitStrByCallback<T>(Take<T>, &pieces, t.get(), s.get(), static_cast<T>(sepOfSeps), t.len,
                           s.len, mode, flags);
     if (mode == 1) {
@@ -60,19 +57,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     FuzzInput in(data, size);
     const int control = in.Byte();
     const uint8_t sepOfSeps = in.Byte();
-    const uint8_t *seps, *text;
-    size_t sepsSize, textSize;
-    in.Piece(&seps, &sepsSize);
-    in.Piece(&text, &textSize);
+    const Bytes seps = in.Piece(), text = in.Piece();
     // Only valid arguments: a mode of 0-2 and at least one non-empty separator.
     const int mode = (control & 3) % 3;
     const int flags = ((control & 4) ? msf_ignore_case : 0) |
                       ((control & 8) ? msf_slash_equal : 0) | ((control & 16) ? msf_whole_word : 0);
     bool anySeparator = false;
-    for (size_t k = 0; k < sepsSize; ++k) anySeparator |= seps[k] != sepOfSeps || !sepOfSeps;
+    for (size_t k = 0; k < seps.size; ++k) anySeparator |= seps.data[k] != sepOfSeps || !sepOfSeps;
     if (!anySeparator) return 0;
-    ExpectNarrowAndWideAgree([&](auto unit) {
-        return Run<decltype(unit)>(seps, sepsSize, text, textSize, sepOfSeps, mode, flags);
-    });
+    ExpectNarrowAndWideAgree(
+        [&](auto unit) { return Run<decltype(unit)>(seps, text, sepOfSeps, mode, flags); });
     return 0;
 }

@@ -8,6 +8,12 @@
 #include <initializer_list>
 #include <memory>
 
+// A run of the input's bytes.
+struct Bytes {
+    const uint8_t* data;
+    size_t size;
+};
+
 // A heap block of exactly `len` units (plus a terminator when asked for).
 template <class T>
 struct ExactText {
@@ -26,6 +32,10 @@ ExactText<T> CopyText(const uint8_t* data, size_t size, bool terminate) {
     text.len = static_cast<int>(size);
     return text;
 }
+template <class T>
+ExactText<T> CopyText(Bytes bytes, bool terminate) {
+    return CopyText<T>(bytes.data, bytes.size, terminate);
+}
 
 // Reads the input front to back: single bytes, then pieces cut at a zero byte.
 class FuzzInput {
@@ -37,14 +47,14 @@ public:
         return *p_++;
     }
     // The bytes up to the next zero (dropped) or the end.
-    void Piece(const uint8_t** data, size_t* size) {
+    Bytes Piece() {
         size_t k = 0;
         while (k < n_ && p_[k]) ++k;
-        *data = p_;
-        *size = k;
+        const Bytes piece{p_, k};
         const size_t taken = k < n_ ? k + 1 : k;
         p_ += taken;
         n_ -= taken;
+        return piece;
     }
 
 private:

@@ -1,9 +1,7 @@
 // Many threads at once: the lines of concurrent events never mix on the screen, in
 // the file or at the callbacks. These also run under ThreadSanitizer.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <filesystem>
 #include <regex>
 #include <string>
 #include <thread>
@@ -13,8 +11,6 @@
 #include "scratch_dir.h"
 
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr int kThreads = 8;
 constexpr int kEvents = 150;
@@ -38,26 +34,11 @@ void ExpectWholeEvents(const std::vector<std::string>& texts, const char* where)
     }
 }
 
-// The texts of the lines of an output, each line stripped of its head.
-std::vector<std::string> TextsOf(const std::string& output, const std::string& lineEnd) {
-    std::vector<std::string> texts;
-    for (size_t at = 0; at < output.size();) {
-        size_t end = output.find(lineEnd, at);
-        if (end == std::string::npos) end = output.size();
-        const std::string line = output.substr(at, end - at);
-        const size_t title = line.find("|信息:");
-        texts.push_back(title == std::string::npos ? line : line.substr(title + 8));
-        at = end + lineEnd.size();
-    }
-    return texts;
-}
-
 class EventRoadConcurrency : public LogTest {};
 
 TEST_F(EventRoadConcurrency, EightThreadsNeverMixLines) {
-    const std::string dir =
-        (fs::temp_directory_path() / ("qdlog-threads-" + std::to_string(getpid()))).string();
-    ASSERT_EQ(1, QDLogSetDir((dir + "/").c_str()));
+    ScratchDir dir("qdlog-threads");
+    ASSERT_EQ(1, QDLogSetDir((dir.Text() + "/").c_str()));
     QDLogToFile(1);
     QDLogScreen(1);
     LineRecorder recorder;
@@ -76,17 +57,15 @@ TEST_F(EventRoadConcurrency, EightThreadsNeverMixLines) {
     for (std::thread& t : threads) t.join();
     const std::string screen = testing::internal::GetCapturedStdout();
 
-    std::string path;
+    const std::string path = QDLogGetFileName();
     {
         LogContext& log = GetLogContext();
         LogLock lock(log);
-        path = log.logFile_.Name();
         log.logFile_.Close();  // flushes what the stream holds
     }
     const std::string file = Contents(path);
     QDLogToFile(0);
     QDLogSetDir(nullptr);
-    fs::remove_all(dir);
 
     ExpectWholeEvents(recorder.Texts(), "callbacks");
     ExpectWholeEvents(TextsOf(screen, "\n"), "screen");

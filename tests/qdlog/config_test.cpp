@@ -1,5 +1,6 @@
 // qdlog.ini overrules the application: the mask, the parameters, the gate of the
-// setters, the pacing, and files that are bad in every way.
+// setters, the pacing, and files that are bad in every way; the file that QDLOG_INI
+// names, and an installed program's log directory where it cannot write beside itself.
 #include <gtest/gtest.h>
 
 #include <unistd.h>
@@ -8,6 +9,7 @@
 
 #include "config_test_support.h"
 #include "log_test_support.h"
+#include "moduleinfo.h"
 #include "qdfdk.h"
 #include "report_capture.h"
 #include "smlib.h"
@@ -25,14 +27,13 @@ protected:
 
 // A line still reaches the screen and the callbacks.
 void ExpectLoggerWorks() {
-    const std::string dir = testing::TempDir() + "qdlog-config-" + std::to_string(getpid());
-    ASSERT_EQ(1, QDLogSetDir(dir.c_str()));
+    ScratchDir dir("qdlog-config");
+    ASSERT_EQ(1, QDLogSetDir(dir.Text().c_str()));
     LineRecorder recorder;
     const std::string screen = ScreenOf([] { QDLogEvent(0, "still logging"); });
     EXPECT_EQ(std::vector<std::string>{"still logging"}, recorder.Texts());
     EXPECT_NE(std::string::npos, screen.find("still logging"));
     QDLogSetDir("");
-    fs::remove_all(dir);
 }
 
 // CTest runs every test in a process of its own: this builds the engine, whose first
@@ -66,43 +67,57 @@ int DiskReserve() {
     return isMemory == 0 ? mbytes : -1;
 }
 
-// Three files: every key absent, every key below its range, every key above it.
+// Every gated parameter, its value below its range and above it, and what a file
+// gives for each: without the key, with the low value, with the high one.
+const struct {
+    const char* key;
+    int (*get)();
+    const char* low;
+    const char* high;
+    int want[3];
+} kParams[] = {
+    {"flush_lines", QDLogGetFlushLines, "0", "9000", {50, 1, 8192}},
+    // Not the constructor's 0x80000; the reader's range is wider than the setter's.
+    {"switch_bytes", QDLogGetFileSizeLimit, "2000", "100000000", {0x800000, 16384, 0x800000}},
+    {"to_screen", QDLogGetScreen, "0", "-1", {1, 0, -1}},
+    {"to_file", QDLogGetToFile, "0", "-1", {1, 0, -1}},
+    {"seconds", QDLogGetLife2, "-5", "40000000", {259200, 0, 31536000}},
+    {"M_bytes", DiskReserve, "0", "2000000000", {512, 2, 0x40000000}},
+    {"max_files", QDLogGetMaxFileNum, "-1", "200000000", {0, 0, 100000000}},
+    {"to_debuger", QDLogIsOutputDebuger, "0", "7", {1, 0, 7}},
+};
+
+std::vector<int> GatedParameters() {
+    std::vector<int> values;
+    for (const auto& k : kParams) values.push_back(k.get());
+    return values;
+}
+
+// Every gated setter, with values that neither a file nor the defaults give.
+void SetEveryGatedParameter() {
+    QDLogSetFlushLines(7);
+    QDLogSetFileSizeLimit(30000);
+    QDLogScreen(2);
+    QDLogToFile(0);
+    QDLogOutputToDebuger(0);
+    QDLogSetLife(1);
+    QDLogSetLife2(5);
+    QDLogSetReserve(3, 1);
+    QDLogSetMaxFileNum(9);
+}
+
 TEST_F(Config, EveryParameterHasItsRangeAndItsDefault) {
-    const struct {
-        const char* key;
-        int (*get)();
-        const char* low;
-        const char* high;
-        int want[3];
-    } keys[] = {
-        {"flush_lines", QDLogGetFlushLines, "0", "9000", {50, 1, 8192}},
-        // Not the constructor's 0x80000; the reader's range is wider than the setter's.
-        {"switch_bytes", QDLogGetFileSizeLimit, "2000", "100000000", {0x800000, 16384, 0x800000}},
-        {"to_screen", QDLogGetScreen, "0", "-1", {1, 0, -1}},
-        {"to_file", QDLogGetToFile, "0", "-1", {1, 0, -1}},
-        {"seconds", QDLogGetLife2, "-5", "40000000", {259200, 0, 31536000}},
-        {"M_bytes", DiskReserve, "0", "2000000000", {512, 2, 0x40000000}},
-        {"max_files", QDLogGetMaxFileNum, "-1", "200000000", {0, 0, 100000000}},
-        {"to_debuger", QDLogIsOutputDebuger, "0", "7", {1, 0, 7}},
-    };
     std::string files[3] = {"[params]\n", "[params]\n", "[params]\n"};
-    for (const auto& k : keys) {
+    for (const auto& k : kParams) {
         files[1] += std::string(k.key) + "=" + k.low + "\n";
         files[2] += std::string(k.key) + "=" + k.high + "\n";
     }
     for (int f = 0; f < 3; ++f) {
-        // What the application set does not survive a pass.
         ResetEngine();
-        QDLogSetFlushLines(7);
-        QDLogSetFileSizeLimit(30000);
-        QDLogScreen(2);
-        QDLogSetLife2(5);
-        QDLogSetReserve(3, 1);
-        QDLogSetMaxFileNum(9);
-        QDLogOutputToDebuger(0);
+        SetEveryGatedParameter();  // what the application set does not survive a pass
         WriteIni(files[f]);
         Pass();
-        for (const auto& k : keys) EXPECT_EQ(k.want[f], k.get()) << k.key << " in " << files[f];
+        for (const auto& k : kParams) EXPECT_EQ(k.want[f], k.get()) << k.key << " in " << files[f];
     }
 }
 
@@ -131,26 +146,10 @@ TEST_F(Config, AFileLocksTheGatedSettersForGood) {
     RemoveIni();  // a deleted file restores nothing
     EXPECT_EQ(0x10000Eu, Pass());
     EXPECT_EQ(0, QDLogCanConfig());
-    const auto settings = [] {
-        std::vector<int> values(2, -1);
-        values[0] = QDLogGetReserve(&values[1]);
-        for (int (*get)() :
-             {QDLogGetFlushLines, QDLogGetFileSizeLimit, QDLogGetScreen, QDLogGetToFile,
-              QDLogIsOutputDebuger, QDLogGetLife2, QDLogGetMaxFileNum})
-            values.push_back(get());
-        return values;
-    };
-    const std::vector<int> locked = settings();
-    EXPECT_EQ(20, locked[2]);
-    QDLogSetFlushLines(7);
-    QDLogSetFileSizeLimit(20000);
-    QDLogScreen(0);
-    QDLogToFile(0);
-    QDLogOutputToDebuger(0);
-    QDLogSetLife(1);
-    QDLogSetMaxFileNum(5);
-    QDLogSetReserve(3, 1);
-    EXPECT_EQ(locked, settings());
+    const std::vector<int> locked = GatedParameters();
+    EXPECT_EQ(20, locked[0]);
+    SetEveryGatedParameter();
+    EXPECT_EQ(locked, GatedParameters());
     // The columns, the titles and the directory are not gated.
     QDLogSetPrintMSEL(0);
     QDLogSetEventTitle(5, "five");
@@ -202,6 +201,40 @@ TEST_F(Config, AnUnreadableFileCountsAsAFileWithoutKeys) {
                            : unreadable()             ? 0
                                                       : 1),
                 testing::ExitedWithCode(0), "");
+}
+
+TEST_F(Config, QdlogIniNamesTheFileThatOverrulesElseItLiesBesideTheExecutable) {
+    ScratchDir dir("ini");
+    Write(dir / "operator.ini", "[params]\nflush_lines=33\n");
+    ASSERT_EQ(0, setenv("QDLOG_INI", (dir / "operator.ini").c_str(), 1));
+    WriteIni("[params]\nflush_lines=44\n");
+    Pass();
+    EXPECT_EQ(33, QDLogGetFlushLines());
+    EXPECT_EQ(0, QDLogCanConfig());
+    unsetenv("QDLOG_INI");
+    Pass();
+    EXPECT_EQ(44, QDLogGetFlushLines());
+}
+
+TEST(DefaultLogDirectory, IsTheStateDirectoryWhereTheProgramCannotWriteAndAChoiceWins) {
+    ScratchDir state("state", "XDG_STATE_HOME");
+    fs::permissions(state.Path(), fs::perms::all);  // the unprivileged user makes it
+    const std::string exeDir = SystemPath(GetExeDir());
+    const std::string fallback = state / (std::string(GetExeName()) + "/logs");
+    testing::internal::CaptureStderr();
+    {
+        UnwritableDir unwritable(exeDir);
+        EXPECT_EQ(1, QDLogSetDir(""));
+        EXPECT_EQ(fallback, QDLogGetDir());
+        EXPECT_TRUE(fs::is_directory(fallback));
+        EXPECT_EQ(1, QDLogSetDir(""));
+        EXPECT_EQ(1, QDLogSetDir((state / "chosen").c_str()));
+        EXPECT_EQ(state / "chosen", QDLogGetDir());
+    }
+    EXPECT_EQ("qdlog: no log files in " + exeDir + "; they go to " + fallback + "\n",
+              testing::internal::GetCapturedStderr());  // once
+    EXPECT_EQ(1, QDLogSetDir(""));
+    EXPECT_EQ(exeDir, QDLogGetDir());
 }
 
 }  // namespace

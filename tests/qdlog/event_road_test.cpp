@@ -126,7 +126,7 @@ TYPED_TEST(BothRoads, SplitAtLineFeedsOnly) {
     // clang-format on
     for (const auto& row : rows) {
         LineRecorder recorder;
-        LogText(TypeParam(), 0, row.text);
+        LogText<TypeParam>(0, row.text);
         EXPECT_EQ(row.lines, recorder.Texts()) << row.text;
         for (const RecordedLine& line : recorder.Lines())
             EXPECT_EQ(recorder.Lines()[0].head, line.head);  // one moment for all lines
@@ -156,10 +156,10 @@ TYPED_TEST(BothRoads, RawTypeHasNoHeadAndNoLineEndAndEmptyEventsNothing) {
     log.lastEventMSEL_ = 12345;
     const uint64_t before = log.lastCpuCycle_;
     const std::string shown = ScreenOf([] {
-        LogText(TypeParam(), 0, "");
-        LogText(TypeParam(), 31, "");
+        LogText<TypeParam>(0, "");
+        LogText<TypeParam>(31, "");
         EXPECT_EQ(12345, GetLogContext().lastEventMSEL_);
-        LogText(TypeParam(), 31, "ab\ncd");
+        LogText<TypeParam>(31, "ab\ncd");
     });
     EXPECT_EQ("abcd", shown);
     ASSERT_EQ(2u, recorder.Lines().size());

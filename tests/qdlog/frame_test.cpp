@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <tuple>
+#include <utility>
 
 #include "logdir.h"
 #include "log_test_support.h"
@@ -60,25 +62,24 @@ TEST_F(Setters, ClampWhatTheyStore) {
 }
 
 TEST_F(Setters, ReserveKeepsTheMemoryFigureAndRaisesTheDiskFigure) {
-    const struct {
-        int mbytes, isMemory, wantMBytes, wantMemory;
-    } rows[] = {{1, 0, 2, 0}, {1, 1, 1, 1}, {5, 7, 5, 1}, {-9, -1, 2, 0}, {0, 1, 0, 1}};
-    for (const auto& row : rows) {
-        QDLogSetReserve(row.mbytes, row.isMemory);
+    // Given megabytes and kind; the megabytes and kind stored.
+    const std::tuple<int, int, int, int> rows[] = {
+        {1, 0, 2, 0}, {1, 1, 1, 1}, {5, 7, 5, 1}, {-9, -1, 2, 0}, {0, 1, 0, 1}};
+    for (const auto& [mbytes, kind, wantMBytes, wantKind] : rows) {
+        QDLogSetReserve(mbytes, kind);
         int isMemory = -1;
-        EXPECT_EQ(row.wantMBytes, QDLogGetReserve(&isMemory)) << row.mbytes << "," << row.isMemory;
-        EXPECT_EQ(row.wantMemory, isMemory);
-        EXPECT_EQ(row.wantMBytes, QDLogGetReserve(nullptr));
+        EXPECT_EQ(wantMBytes, QDLogGetReserve(&isMemory)) << mbytes << "," << kind;
+        EXPECT_EQ(wantKind, isMemory);
+        EXPECT_EQ(wantMBytes, QDLogGetReserve(nullptr));
     }
 }
 
 TEST(EventTitles, OutOfRangeAndOverlongTitlesAreRefused) {
-    EXPECT_STREQ("", QDLogGetEventTitle(32));
-    EXPECT_STREQ("", QDLogGetEventTitle(-1));
+    for (const int type : {32, -1}) {
+        QDLogSetEventTitle(type, "x");
+        EXPECT_STREQ("", QDLogGetEventTitle(type));
+    }
     QDLogSetEventTitle(3, std::string(32, 'x').c_str());
-    EXPECT_STREQ("调试", QDLogGetEventTitle(3));
-    QDLogSetEventTitle(32, "x");
-    QDLogSetEventTitle(-1, "x");
     QDLogSetEventTitle(3, nullptr);
     EXPECT_STREQ("调试", QDLogGetEventTitle(3));
 
@@ -128,16 +129,14 @@ TEST_F(LogDirectory, RefusedDirectoriesLeaveTheOldOne) {
 }
 
 TEST(LoggerFlagName, IsTheElfHashOfTheDirectory) {
-    const struct {
-        const char* dir;
-        const char* name;
-    } rows[] = {{"", "00000000"},
-                {"\xE4\xB8\xAD/", "0FF00D0F"},  // bytes above 0x7F count as negative
-                {"/home/user/app/bin/", "0E5F03DF"}};
-    for (const auto& row : rows) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"", "00000000"},
+        {"\xE4\xB8\xAD/", "0FF00D0F"},  // bytes above 0x7F count as negative
+        {"/home/user/app/bin/", "0E5F03DF"}};
+    for (const auto& [dir, want] : rows) {
         char name[16];
-        FormatLoggerFlagName(row.dir, name);
-        EXPECT_STREQ(row.name, name) << row.dir;
+        FormatLoggerFlagName(dir, name);
+        EXPECT_STREQ(want, name) << dir;
     }
 }
 

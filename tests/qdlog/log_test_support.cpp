@@ -66,12 +66,17 @@ std::vector<std::string> ListedPaths() {
                                     log.logFileList_.listSet.end());
 }
 
-void LogText(char, int type, const std::string& text) {
-    QDLogEvent(type, "%s", text.c_str());
-}
-
-void LogText(char16_t, int type, const std::string& text) {
-    QDLogEventW(type, u"%s", Widen(text).c_str());
+std::vector<std::string> TextsOf(const std::string& output, const std::string& lineEnd) {
+    std::vector<std::string> texts;
+    for (size_t at = 0; at < output.size();) {
+        size_t end = output.find(lineEnd, at);
+        if (end == std::string::npos) end = output.size();
+        const std::string line = output.substr(at, end - at);
+        const size_t title = line.find("|信息:");
+        texts.push_back(title == std::string::npos ? line : line.substr(title + 8));
+        at = end + lineEnd.size();
+    }
+    return texts;
 }
 
 void LogFormat(int type, const char* fmt, ...) {

@@ -61,23 +61,28 @@ void ResetLogFileList(int finished);
 // The listed paths, oldest first.
 std::vector<std::string> ListedPaths();
 
-// Logs `text` (UTF-8) through the entry of the given width, as "%s".
-void LogText(char, int type, const std::string& text);
-void LogText(char16_t, int type, const std::string& text);
+// The texts of the lines of an output that ends each line with `lineEnd`, each line
+// without its head (up to "|信息:").
+std::vector<std::string> TextsOf(const std::string& output, const std::string& lineEnd);
 // The narrow entry without the compiler's format checking, for bad formats.
 void LogFormat(int type, const char* fmt, ...);
 
 std::u16string Widen(const std::string& utf8);
 // A UTF-8 text in the given width.
 template <class CHAR>
-std::basic_string<CHAR> TextOf(const std::string& utf8);
-template <>
-inline std::string TextOf<char>(const std::string& utf8) {
-    return utf8;
+std::basic_string<CHAR> TextOf(const std::string& utf8) {
+    if constexpr (sizeof(CHAR) == 1)
+        return utf8;
+    else
+        return Widen(utf8);
 }
-template <>
-inline std::u16string TextOf<char16_t>(const std::string& utf8) {
-    return Widen(utf8);
+// Logs `text` (UTF-8) through the entry of the given width, as "%s".
+template <class CHAR>
+void LogText(int type, const std::string& text) {
+    if constexpr (sizeof(CHAR) == 1)
+        QDLogEvent(type, "%s", text.c_str());
+    else
+        QDLogEventW(type, u"%s", Widen(text).c_str());
 }
 // What standard output received while `run` ran.
 template <class Run>

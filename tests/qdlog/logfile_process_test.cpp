@@ -8,17 +8,12 @@
 #include <vector>
 
 #include "child_process.h"
+#include "log_test_support.h"
 #include "scratch_dir.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-std::vector<std::string> Helper(const std::vector<std::string>& args) {
-    std::vector<std::string> argv{LOGFILE_HELPER};
-    argv.insert(argv.end(), args.begin(), args.end());
-    return argv;
-}
 
 // Every line of every log file in `dir`, which must all be whole: a head, then the
 // text, then CR LF.
@@ -28,24 +23,28 @@ std::vector<std::string> TextsOfAllFiles(const fs::path& dir) {
         const std::string bytes = Contents(entry.path());
         EXPECT_TRUE(bytes.empty() || bytes.compare(bytes.size() - 2, 2, "\r\n") == 0)
             << entry.path() << " ends inside a line";
-        for (size_t at = 0, end; (end = bytes.find("\r\n", at)) != std::string::npos;
-             at = end + 2) {
-            const std::string line = bytes.substr(at, end - at);
-            const size_t title = line.find("|信息:");
-            EXPECT_EQ(23u, title) << "a torn line: " << line;
-            texts.push_back(title == std::string::npos ? line : line.substr(title + 8));
-        }
+        const std::vector<std::string> more = TextsOf(bytes, "\r\n");
+        texts.insert(texts.end(), more.begin(), more.end());
     }
     return texts;
 }
 
-// Lets both children of the "lines" tests end; each of their numbers 0 .. 99999
-// must be there exactly once, and nothing else.
-void ExpectBothWroteEveryLine(ChildProcess& a, ChildProcess& b, const ScratchDir& dir) {
-    a.ReadAll();
-    b.ReadAll();
+// Started together, both open a file of the same second: one makes it, the other
+// appends to it (or both make it at once: neither cuts it). With 1000 lines between
+// flushes the stream's buffer fills many times between them.
+TEST(LogFileProcesses, TwoStartingTogetherLoseAndTearNoLine) {
+    ScratchDir dir("qdlog-two");
+    // Early in a second of their own, so that both open a file of that second.
+    const std::string start = std::to_string((WallClockMs() / 1000 + 1) * 1000 + 100);
+    ChildProcess a({LOGFILE_HELPER, "lines", dir.Text(), "A", "100000", start, "1000"});
+    ChildProcess b({LOGFILE_HELPER, "lines", dir.Text(), "B", "100000", start, "1000"});
+    std::string firstOfA, firstOfB;
+    ASSERT_TRUE(a.ReadLine(&firstOfA));
+    ASSERT_TRUE(b.ReadLine(&firstOfB));
+    EXPECT_EQ(firstOfA, firstOfB);  // one file for both
     ASSERT_EQ(0, a.Wait());
     ASSERT_EQ(0, b.Wait());
+    // Each of their numbers 0 .. 99999 exactly once, and nothing else.
     std::vector<std::string> texts = TextsOfAllFiles(dir.Path()), want;
     char text[32];
     for (const char* tag : {"A", "B"})
@@ -56,25 +55,9 @@ void ExpectBothWroteEveryLine(ChildProcess& a, ChildProcess& b, const ScratchDir
     EXPECT_TRUE(want == texts);  // too long to print
 }
 
-// Started together, both open a file of the same second: one makes it, the other
-// appends to it (or both make it at once: neither cuts it). With 1000 lines between
-// flushes the stream's buffer fills many times between them.
-TEST(LogFileProcesses, TwoStartingTogetherLoseAndTearNoLine) {
-    ScratchDir dir("qdlog-two");
-    // Early in a second of their own, so that both open a file of that second.
-    const std::string start = std::to_string((WallClockMs() / 1000 + 1) * 1000 + 100);
-    ChildProcess a(Helper({"lines", dir.Text(), "A", "100000", start, "1000"}));
-    ChildProcess b(Helper({"lines", dir.Text(), "B", "100000", start, "1000"}));
-    std::string firstOfA, firstOfB;
-    ASSERT_TRUE(a.ReadLine(&firstOfA));
-    ASSERT_TRUE(b.ReadLine(&firstOfB));
-    EXPECT_EQ(firstOfA, firstOfB);  // one file for both
-    ExpectBothWroteEveryLine(a, b, dir);
-}
-
 TEST(LogFileProcesses, AKilledProcessLosesFewerThanFlushLines) {
     ScratchDir dir("qdlog-killed");
-    ChildProcess child(Helper({"killme", dir.Text(), "1234", "50"}));
+    ChildProcess child({LOGFILE_HELPER, "killme", dir.Text(), "line", "1234", "0", "50"});
     std::string written;
     ASSERT_TRUE(child.ReadLine(&written));
     // While it lives, this process sees the file lag by fewer than 50 lines ...
@@ -94,7 +77,7 @@ TEST(LogFileProcesses, AKilledProcessLosesFewerThanFlushLines) {
 
 TEST(LogFileProcesses, AFileSizeLimitOfTheSystemBreaksNothing) {
     ScratchDir dir("qdlog-fsize");
-    ChildProcess child(Helper({"fsize", dir.Text(), "20000", "500"}));
+    ChildProcess child({LOGFILE_HELPER, "fsize", dir.Text(), "20000", "500"});
     EXPECT_EQ("callback 500\n", child.ReadAll());  // every line reached the other outputs
     EXPECT_EQ(0, child.Wait());
     for (const auto& entry : fs::directory_iterator(dir.Path()))
@@ -104,7 +87,7 @@ TEST(LogFileProcesses, AFileSizeLimitOfTheSystemBreaksNothing) {
 TEST(LogFileProcesses, AnUnwritableDirectoryIsTakenUpAgainWithinASecond) {
     ScratchDir dir("qdlog-unwritable");
     fs::permissions(dir.Path(), fs::perms::all);  // the child may run as nobody
-    ChildProcess child(Helper({"unwritable", dir / "logs"}));
+    ChildProcess child({LOGFILE_HELPER, "unwritable", dir / "logs"});
     const std::string report = child.ReadAll();
     EXPECT_EQ(0, child.Wait()) << report;
     int closed = 0, callbacks = 0;

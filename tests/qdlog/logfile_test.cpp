@@ -61,10 +61,9 @@ protected:
         LogLock lock(log);
         log.logFile_.Close();
     }
-    // The writer's name of a file in the directory, and the same file for the system.
+    // The writer's name of a file in the directory, and the same file for the system,
+    // as QDLogGetFileName hands it out.
     std::string Named(const std::string& name) const { return dir_.Text() + "\\" + name; }
-    // As QDLogGetFileName hands it out.
-    std::string Shown(const std::string& name) const { return dir_.Text() + "/" + name; }
     std::string OnDisk(const std::string& name) const { return dir_ / name; }
     LogContext::LogFileList& List() { return GetLogContext().logFileList_; }
 
@@ -88,7 +87,7 @@ TEST_F(LogFileWriter, NamesTheFileAfterTheEventThatOpensIt) {
     PrintAt(31, "raw", kSampleMSEL);
     QDLogOutputToDebuger(1);
     PrintAt(0, "a\r\nb", kSampleMSEL);
-    EXPECT_EQ(Shown("log20161118121200.log"), QDLogGetFileName());
+    EXPECT_EQ(OnDisk("log20161118121200.log"), QDLogGetFileName());
     CloseFile();
     const std::string lines = kHead + "a\r\r\n" + kHead + "b\r\n";
     EXPECT_EQ(lines + "raw" + lines, Contents(OnDisk("log20161118121200.log")));
@@ -105,7 +104,7 @@ TEST_F(LogFileWriter, TheFirstOpeningContinuesTheNewestOldFileBelowHalfTheLimit)
     EXPECT_EQ(150, List().totalLogBytes);
 
     PrintAt(0, "more", kSampleMSEL);
-    EXPECT_EQ(Shown("log20161118110000.log"), QDLogGetFileName());  // its name, so its age
+    EXPECT_EQ(OnDisk("log20161118110000.log"), QDLogGetFileName());  // its name, so its age
     EXPECT_EQ(LogPathSet{Named("log20161118100000.log")}, List().listSet);
     EXPECT_EQ(50, List().totalLogBytes);
     CloseFile();
@@ -119,7 +118,7 @@ TEST_F(LogFileWriter, AnOldFileOfHalfTheLimitIsNotContinued) {
     Write(OnDisk("log20161118110000.log"), std::string(8192, 'h'));
     ASSERT_TRUE(SweepLogDirectory(GetLogContext()));
     PrintAt(0, "new", kSampleMSEL);
-    EXPECT_EQ(Shown("log20161118121200.log"), QDLogGetFileName());
+    EXPECT_EQ(OnDisk("log20161118121200.log"), QDLogGetFileName());
     EXPECT_EQ(1u, List().listSet.size());
     EXPECT_EQ(8192, List().totalLogBytes);
 }
@@ -135,13 +134,13 @@ TEST_F(LogFileWriter, SwitchesAtTheFirstEventOfTheNextSecond) {
     std::string manyLines;
     for (int i = 0; i < 30; ++i) manyLines += "line " + std::to_string(i) + "\n";
     PrintAt(0, manyLines.c_str(), kSampleMSEL + 800);  // 12:12:00.923, past the limit
-    EXPECT_EQ(Shown("log20161118121200.log"), QDLogGetFileName());
+    EXPECT_EQ(OnDisk("log20161118121200.log"), QDLogGetFileName());
     Write(OnDisk("log20161118000000.log"), "small");
     List().List(Named("log20161118000000.log").c_str());
     List().totalLogBytes += 5;
 
     PrintAt(0, "next", kSampleMSEL + 1000);
-    EXPECT_EQ(Shown("log20161118121201.log"), QDLogGetFileName());
+    EXPECT_EQ(OnDisk("log20161118121201.log"), QDLogGetFileName());
     const std::string full = Contents(OnDisk("log20161118121200.log"));
     EXPECT_EQ(50, WholeLines(full));
     const std::string lastLine = kHead.substr(0, 20) + "923|信息:line 29\r\n";
@@ -185,7 +184,7 @@ TEST_F(LogFileWriter, AnUnsearchableDirectoryKeepsTheOpenFile) {
         for (int i = 1; i <= 3; ++i) PrintAt(0, "while", kSampleMSEL + i * 1000);
     }
     fs::permissions(dir_.Path(), fs::perms::owner_all);
-    EXPECT_EQ(Shown("log20161118121200.log"), QDLogGetFileName());
+    EXPECT_EQ(OnDisk("log20161118121200.log"), QDLogGetFileName());
     CloseFile();
     EXPECT_EQ(4, WholeLines(Contents(OnDisk("log20161118121200.log"))));
 }

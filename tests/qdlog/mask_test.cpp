@@ -18,10 +18,6 @@ bool PassRanAfter(uint32_t sinceLastPass, uint32_t (*call)()) {
     return log.lastReadConfigTick_ != set;
 }
 
-uint32_t AskForTheMask() {
-    return *GetQDLogMaskPtr();
-}
-
 TEST_F(MaskPointer, RunsAPassExactlyWhenHalfASecondHasGone) {
     // clang-format off
     const struct { uint32_t sinceLastPass; bool runs; } rows[] = {
@@ -31,7 +27,8 @@ TEST_F(MaskPointer, RunsAPassExactlyWhenHalfASecondHasGone) {
     };
     // clang-format on
     for (const auto& row : rows)
-        EXPECT_EQ(row.runs, PassRanAfter(row.sinceLastPass, AskForTheMask)) << row.sinceLastPass;
+        EXPECT_EQ(row.runs, PassRanAfter(row.sinceLastPass, [] { return *GetQDLogMaskPtr(); }))
+            << row.sinceLastPass;
     EXPECT_EQ(&GetLogContext().logMask_, GetQDLogMaskPtr());
 }
 

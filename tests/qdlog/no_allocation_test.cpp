@@ -2,13 +2,12 @@
 // program replaces malloc, under operator new too, to count the logging thread's
 // calls; a sanitizer's allocator cannot be replaced, so there it only runs.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <string>
 
 #include "log_test_support.h"
+#include "scratch_dir.h"
 
 namespace {
 
@@ -48,8 +47,8 @@ void CountLine(void* userData, int, const char*, int, const char*, int) {
 class NarrowRoadHeap : public LogTest {};
 
 TEST_F(NarrowRoadHeap, AThousandCharacterMessageCostsNoAllocation) {
-    const std::string dir = testing::TempDir() + "qdlog-heap-" + std::to_string(getpid()) + "/";
-    ASSERT_EQ(1, QDLogSetDir(dir.c_str()));
+    ScratchDir dir("qdlog-heap");
+    ASSERT_EQ(1, QDLogSetDir(dir.Text().c_str()));
     QDLogToFile(1);
     int lines = 0;
     QDLogAddCallback(CountLine, &lines);
@@ -73,7 +72,6 @@ TEST_F(NarrowRoadHeap, AThousandCharacterMessageCostsNoAllocation) {
     QDLogRemoveCallback(&lines);
     QDLogToFile(0);
     QDLogSetDir(nullptr);
-    std::filesystem::remove_all(dir);
 }
 
 }  // namespace

@@ -11,11 +11,9 @@ namespace {
 // Who was called, in order, across all callbacks of a test.
 std::vector<std::string> g_calls;
 
-void CallF(void*, int, const char*, int, const char* text, int textLen) {
-    g_calls.push_back("f:" + std::string(text, static_cast<size_t>(textLen)));
-}
-void CallG(void*, int, const char*, int, const char* text, int textLen) {
-    g_calls.push_back("g:" + std::string(text, static_cast<size_t>(textLen)));
+template <char kName>
+void Call(void*, int, const char*, int, const char* text, int textLen) {
+    g_calls.push_back(kName + (":" + std::string(text, static_cast<size_t>(textLen))));
 }
 
 class Callbacks : public LogTest {
@@ -35,11 +33,11 @@ protected:
 // One entry per user data, the first staying; every line walks them in the order
 // of their user data.
 TEST_F(Callbacks, OneCallbackPerUserDataCalledInItsOrder) {
-    EXPECT_EQ(1, QDLogAddCallback(CallG, &keys_[2]));
-    EXPECT_EQ(1, QDLogAddCallback(CallF, &keys_[0]));
-    EXPECT_EQ(0, QDLogAddCallback(CallF, &keys_[0]));
-    EXPECT_EQ(0, QDLogAddCallback(CallG, &keys_[0]));
-    EXPECT_EQ(1, QDLogAddCallback(CallG, nullptr));  // null is user data like any other
+    EXPECT_EQ(1, QDLogAddCallback(Call<'g'>, &keys_[2]));
+    EXPECT_EQ(1, QDLogAddCallback(Call<'f'>, &keys_[0]));
+    EXPECT_EQ(0, QDLogAddCallback(Call<'f'>, &keys_[0]));
+    EXPECT_EQ(0, QDLogAddCallback(Call<'g'>, &keys_[0]));
+    EXPECT_EQ(1, QDLogAddCallback(Call<'g'>, nullptr));  // null is user data like any other
     QDLogEvent(0, "1\n2");
     EXPECT_EQ((std::vector<std::string>{"g:1", "f:1", "g:1", "g:2", "f:2", "g:2"}), g_calls);
 
@@ -72,12 +70,12 @@ void Rearranging(void* userData, int, const char*, int, const char*, int) {
     g_calls.push_back("rearranging");
     QDLogRemoveCallback(&keys[0]);
     QDLogRemoveCallback(&keys[1]);
-    QDLogAddCallback(CallG, &keys[2]);
+    QDLogAddCallback(Call<'g'>, &keys[2]);
 }
 
 TEST_F(Callbacks, MayRemoveAndAddEntriesDuringTheWalk) {
     QDLogAddCallback(Rearranging, &keys_[0]);
-    QDLogAddCallback(CallF, &keys_[1]);
+    QDLogAddCallback(Call<'f'>, &keys_[1]);
     QDLogEvent(0, "a\nb");
     // The removed neighbour is not reached; the new entry above is, from this line on.
     EXPECT_EQ((std::vector<std::string>{"rearranging", "g:a", "g:b"}), g_calls);

@@ -1,5 +1,6 @@
 #include "report_capture.h"
 
+#include <algorithm>
 #include <mutex>
 
 namespace {
@@ -10,14 +11,16 @@ int g_answer = QDR_IDIGNORE;
 
 int Capture(const qdr_AssertReport* report) {
     std::lock_guard<std::mutex> lock(g_mutex);
-    CapturedReport r;
-    r.text = report->text;
-    r.file = report->file ? report->file : "";
-    r.expr = report->expr ? report->expr : "";
-    r.hasMessage = report->message != nullptr;
-    r.message = report->message ? report->message : "";
-    g_reports.push_back(r);
+    const auto text = [](const char* t) { return std::string(t ? t : ""); };
+    g_reports.push_back({report->text, text(report->file), text(report->expr),
+                         text(report->message), report->message != nullptr});
     return g_answer;
+}
+
+template <class Pick>
+int CountIf(Pick pick) {
+    std::lock_guard<std::mutex> lock(g_mutex);
+    return static_cast<int>(std::count_if(g_reports.begin(), g_reports.end(), pick));
 }
 
 }  // namespace
@@ -41,20 +44,13 @@ std::vector<CapturedReport> ReportCapture::Reports() const {
 }
 
 int ReportCapture::Count() const {
-    std::lock_guard<std::mutex> lock(g_mutex);
-    return static_cast<int>(g_reports.size());
+    return CountIf([](const CapturedReport&) { return true; });
 }
 
 int ReportCapture::Count(const std::string& expr) const {
-    std::lock_guard<std::mutex> lock(g_mutex);
-    int n = 0;
-    for (const CapturedReport& r : g_reports) n += r.expr == expr;
-    return n;
+    return CountIf([&](const CapturedReport& r) { return r.expr == expr; });
 }
 
 int ReportCapture::CountMessage(const std::string& message) const {
-    std::lock_guard<std::mutex> lock(g_mutex);
-    int n = 0;
-    for (const CapturedReport& r : g_reports) n += r.hasMessage && r.message == message;
-    return n;
+    return CountIf([&](const CapturedReport& r) { return r.hasMessage && r.message == message; });
 }

@@ -8,10 +8,12 @@
 #include <filesystem>
 #include <string>
 #include <thread>
+#include <tuple>
 
+#include "child_process.h"
 #include "miniprinter.h"
 #include "scratch_dir.h"
-#include "xvfb_display.h"
+#include "x_session.h"
 
 namespace {
 
@@ -47,10 +49,8 @@ protected:
         cupsd_ = new ChildProcess(
             {"/usr/sbin/cupsd", "-f", "-c", d + "/cupsd.conf", "-s", d + "/cups-files.conf"});
         setenv("CUPS_SERVER", (d + "/cups.sock").c_str(), 1);
-        for (int i = 0; i < 100 && !fs::exists(d + "/cups.sock"); ++i)
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
         running_ =
-            fs::exists(d + "/cups.sock") &&
+            WaitUntil([&] { return fs::exists(d + "/cups.sock"); }, 5) &&
             std::system(
                 ("lpadmin -p mini -E -v keep:" + d + "/out/page.pdf -m raw 2>/dev/null").c_str()) ==
                 0;
@@ -96,14 +96,12 @@ TEST_F(PrivateCups, ADibOf96PixelsPrintsOneInchAt600Dpi) {
     // The red area in device units: 600 x 300, its last pixel (blue) 6.25 units square.
     const std::string probe = "gm convert " + png + ".png -crop 1x1+%d+%d txt:- | grep -qi '%s'";
     char cmd[512];
-    struct {
-        int x, y;
-        const char* colour;
-    } const spots[] = {{0, 0, "#FF0000"},     {597, 297, "#0000FF"}, {592, 297, "#FF0000"},
-                       {300, 150, "#FF0000"}, {601, 10, "#FFFFFF"},  {10, 301, "#FFFFFF"}};
-    for (const auto& s : spots) {
-        snprintf(cmd, sizeof(cmd), probe.c_str(), s.x, s.y, s.colour);
-        EXPECT_EQ(0, std::system(cmd)) << s.x << "," << s.y;
+    const std::tuple<int, int, const char*> spots[] = {{0, 0, "#FF0000"},     {597, 297, "#0000FF"},
+                                                       {592, 297, "#FF0000"}, {300, 150, "#FF0000"},
+                                                       {601, 10, "#FFFFFF"},  {10, 301, "#FFFFFF"}};
+    for (const auto& [x, y, colour] : spots) {
+        snprintf(cmd, sizeof(cmd), probe.c_str(), x, y, colour);
+        EXPECT_EQ(0, std::system(cmd)) << x << "," << y;
     }
 }
 
@@ -131,8 +129,7 @@ TEST_F(PrivateCups, NoPrinterNoCupsAndRefusedSetUpGiveZero) {
 }
 
 TEST_F(PrivateCups, CancelledDialogStartsNoDocument) {
-    XvfbDisplay display;
-    if (!display.Running()) GTEST_SKIP() << "Xvfb could not be started";
+    QD_REQUIRE_X();
     SetMiniPrinterDestination("mini", true);
     fs::remove(dir_->Text() + "/out/page.pdf");  // a page of an earlier test in this process
     std::atomic<bool> done{false};

@@ -7,7 +7,9 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <sstream>
+#include <tuple>
 
 #include "child_process.h"
 #include "platform/gtkui.h"
@@ -18,43 +20,43 @@
 
 namespace {
 
-int CentreX(const RECT& r) {
-    return (r.left + r.right) / 2;
-}
-int CentreY(const RECT& r) {
-    return (r.top + r.bottom) / 2;
-}
-
 // The window manager moves windows in its own time: waits until the window's centre
 // (or, with `leftOnly`, its left edge) is where wanted, then checks it.
 void ExpectPlace(HWND w, int x, int y, bool leftOnly = false) {
-    struct Moving {
-        HWND w;
-        int x, y;
-        bool leftOnly;
-        RECT now;
-    } m{w, x, y, leftOnly, {}};
-    const bool there = WaitUntil(
-        [](void* p) {
-            Moving* m = static_cast<Moving*>(p);
-            GetWindowRect(m->w, &m->now);
-            if (m->leftOnly) return m->now.left == m->x;
-            return abs(CentreX(m->now) - m->x) <= 1 && abs(CentreY(m->now) - m->y) <= 1;
-        },
-        &m);
-    EXPECT_TRUE(there) << x << "," << y << " wanted, the window is at " << m.now.left << ","
-                       << m.now.top << "-" << m.now.right << "," << m.now.bottom;
+    RECT now{};
+    EXPECT_TRUE(WaitUntil([&] {
+        GetWindowRect(w, &now);
+        if (leftOnly) return now.left == x;
+        return abs(CentreX(now) - x) <= 1 && abs(CentreY(now) - y) <= 1;
+    })) << x
+        << "," << y << " wanted, the window is at " << now.left << "," << now.top << "-"
+        << now.right << "," << now.bottom;
 }
 
 }  // namespace
 
+// The other process of the search below: a top-level window "Helper Top" with a
+// child "Helper Child"; prints both ids and waits to be killed.
+TEST(WindowSearch, HelperProcess) {
+    if (!getenv("QD_WINDOW_HELPER")) GTEST_SKIP() << "runs as the other process of the search";
+    TestWindows windows;
+    const HWND top = windows.Make("Helper Top", "HelperClass", 0, 0, {600, 400, 900, 600});
+    const HWND child = windows.Make("Helper Child", "HelperChildClass", top, 0, {10, 10, 110, 60});
+    printf("ids %lu %lu\n", top, child);
+    fflush(stdout);
+    for (;;) pause();
+}
+
 TEST(WindowSearch, CriteriaRecursionAndProcesses) {
     QD_REQUIRE_X();
-    ChildProcess helper({WINDOW_HELPER});
+    const std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
+    ChildProcess helper({self, "--gtest_filter=WindowSearch.HelperProcess"},
+                        {"QD_WINDOW_HELPER=1"});
     std::string line;
-    ASSERT_TRUE(helper.ReadLine(&line));
+    while (helper.ReadLine(&line) && line.rfind("ids ", 0) != 0) {
+    }
     HWND helperTop = 0, helperChild = 0;
-    std::istringstream(line) >> helperTop >> helperChild;
+    std::istringstream(line.substr(4)) >> helperTop >> helperChild;
     ASSERT_TRUE(WaitForWindow("Helper Top"));
 
     TestWindows windows;
@@ -64,40 +66,32 @@ TEST(WindowSearch, CriteriaRecursionAndProcesses) {
     // A window of this process inside the helper's: the process filter must not find it.
     const HWND embedded =
         windows.Make("Embedded", "OwnClass", helperTop, 0, {60, 60, 90, 90}, false, getpid());
-    const int self = static_cast<int>(getpid());
+    const int own = static_cast<int>(getpid());
     const int other = static_cast<int>(helper.Pid());
     const std::string longPattern(5000, '*'), longTitle(5000, 'x');
-    struct Case {
-        HWND parent;
-        const char* title;
-        const char* className;
-        HWND owner;
-        int64_t style;
-        bool recursive;
-        int processId;
-        HWND expected;
-    } cases[] = {
+    // The arguments of the search; the window it finds.
+    const std::tuple<HWND, const char*, const char*, HWND, int64_t, bool, int, HWND> cases[] = {
         {0, "own TOP", nullptr, 0, -1, false, -2, top},  // case ignored
         {0, nullptr, "Own*Class", 0, -1, false, -1, top},
         {0, "Own Child", nullptr, 0, -1, false, -2, 0},  // not a top-level window
         {0, "Own Child", nullptr, 0, -1, true, -2, child},
-        {top, "Own Child", nullptr, 0, -1, false, self, child},
+        {top, "Own Child", nullptr, 0, -1, false, own, child},
         {0, "*", nullptr, top, -1, true, -1, popup},
         {0, "Own*", nullptr, 0, WS_POPUP | WS_VISIBLE, true, -1, popup},
         {0, "Helper*", nullptr, 0, -1, true, -1, 0},
         {0, "Helper Top", nullptr, 0, -1, true, -2, helperTop},
         {0, nullptr, "HelperChildClass", 0, -1, true, other, helperChild},
         {0, "Embedded", nullptr, 0, -1, true, -2, embedded},
-        {0, "Embedded", nullptr, 0, -1, true, self, 0},
-        {0, longPattern.c_str(), longPattern.c_str(), 0, -1, true, self, top},
+        {0, "Embedded", nullptr, 0, -1, true, own, 0},
+        {0, longPattern.c_str(), longPattern.c_str(), 0, -1, true, own, top},
         {0, longTitle.c_str(), nullptr, 0, -1, true, -2, 0},
         {0, nullptr, nullptr, 0, -1, true, -2, 0},       // no test at all
         {0, nullptr, nullptr, 0xDEAD, -1, true, -2, 0},  // a dead owner is no test
     };
-    for (const Case& c : cases)
-        EXPECT_EQ(c.expected, FindWindowEx2(c.parent, c.title, c.className, c.owner, c.style,
-                                            c.recursive, c.processId))
-            << (c.title ? c.title : "") << " / " << (c.className ? c.className : "");
+    for (const auto& [parent, title, className, owner, style, recursive, processId, found] : cases)
+        EXPECT_EQ(found,
+                  FindWindowEx2(parent, title, className, owner, style, recursive, processId))
+            << (title ? title : "") << " / " << (className ? className : "");
 
     HWND parent = 0;
     EXPECT_TRUE(IsTopLevel(top, &parent));
@@ -117,7 +111,7 @@ TEST(WindowSearch, CriteriaRecursionAndProcesses) {
                   FindProcessWindow(0, "OwnPopup*", true), FindProcessWindow(0, "OwnPopup*", false),
                   FindChildWindow(top, "own*", nullptr, 0, -1, false, true),
                   FindProcessTopWindow(other, "Helper Child", nullptr), GetTopLevelWindow(child)}));
-    EXPECT_EQ(std::string(WINDOW_HELPER), GetWindowProcessFile(helperTop));
+    EXPECT_EQ(self, GetWindowProcessFile(helperTop));
 
     // Hit tests and the line across the screen.
     HWND hit = 0;
@@ -165,9 +159,8 @@ TEST(CenterWindow, ChildPopupHiddenOwnerAndWidePopup) {
     ExpectPlace(popup, CentreX(ownerRect), CentreY(ownerRect));
 
     // A minimised owner: the work area of the monitor instead.
-    windows.Iconify(owner);
-    WaitUntil([](void* w) { return (GetWindowStyle(*static_cast<HWND*>(w)) & WS_MINIMIZE) != 0; },
-              const_cast<HWND*>(&owner));
+    ASSERT_TRUE(Xdotool({"windowminimize", std::to_string(owner)}));
+    WaitUntil([owner] { return (GetWindowStyle(owner) & WS_MINIMIZE) != 0; });
     RECT monitor, work;
     GetWindowRect(popup, &popupRect);
     ASSERT_TRUE(MonitorAndWorkArea(popupRect, &monitor, &work));
@@ -184,7 +177,7 @@ TEST(CenterWindow, ChildPopupHiddenOwnerAndWidePopup) {
     EXPECT_EQ(2048 - 300, CenterPosition(RECT{0, 0, 300, 50}, &ref, right, right).x);
 }
 
-TEST(Monitors, ListPointsAndNearest) {
+TEST(Screen, MonitorsPointsNearestAndClipboard) {
     QD_REQUIRE_X();
     std::vector<MonitorEntry> list, devices;
     ASSERT_TRUE(GetMonitors(nullptr, list));
@@ -201,10 +194,8 @@ TEST(Monitors, ListPointsAndNearest) {
     EXPECT_EQ(1, NearestMonitor(two, RECT{90, 0, 150, 10}));   // more area on the second
     EXPECT_EQ(0, NearestMonitor(two, RECT{-50, 0, -40, 10}));  // none shared: the nearest
     EXPECT_EQ(-1, NearestMonitor({}, RECT{0, 0, 1, 1}));
-}
 
-TEST(Clipboard, TextStaysAfterTheCall) {
-    QD_REQUIRE_X();
+    // Text on the clipboard stays after the call.
     EXPECT_TRUE(CopyTextToClipboard("hello world", 5));
     EXPECT_EQ("hello", gtkui::ClipboardText());
     const std::string big(1 << 20, 'x');

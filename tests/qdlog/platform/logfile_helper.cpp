@@ -3,8 +3,8 @@
 // killed, under a file size limit of the system, or as a user that loses the
 // right to write into its log directory. It speaks only through the exports.
 //
-//   logfile_helper lines DIR TAG COUNT START_MS FLUSH_LINES
-//   logfile_helper killme DIR COUNT FLUSH_LINES
+//   logfile_helper lines DIR TAG COUNT START_MS FLUSH_LINES    name of the file after the first
+//   logfile_helper killme DIR TAG COUNT START_MS FLUSH_LINES   after the last, then waits
 //   logfile_helper fsize DIR RLIMIT COUNT
 //   logfile_helper unwritable DIR
 #include <qdlog.h>
@@ -31,7 +31,7 @@ void CountLine(void*, int, const char*, int, const char*, int) {
 }
 
 // Only the file: the other outputs would flood the test's pipe.
-void StartLogging(const char* dir) {
+void StartLogging(const char* dir, int flushLines) {
     if (!QDLogSetDir(dir)) {
         std::printf("cannot set %s\n", dir);
         std::exit(2);
@@ -39,33 +39,23 @@ void StartLogging(const char* dir) {
     QDLogScreen(0);
     QDLogOutputToDebuger(0);
     QDLogAddCallback(CountLine, &g_callbackLines);
+    QDLogSetFlushLines(flushLines);
 }
 
-int Lines(char** argv) {
-    const char* tag = argv[3];
+int Lines(char** argv, bool untilKilled) {
     const int count = std::atoi(argv[4]);
     const long long start = std::atoll(argv[5]);
     while (WallClockMs() < start) usleep(1000);
-    StartLogging(argv[2]);
-    QDLogSetFlushLines(std::atoi(argv[6]));
+    StartLogging(argv[2], std::atoi(argv[6]));
     for (int i = 0; i < count; ++i) {
-        QDLogEvent(0, "%s %06d", tag, i);
-        if (i == 0) {
-            std::printf("first %s\n", QDLogGetFileName());
+        QDLogEvent(0, "%s %06d", argv[3], i);
+        if (i == (untilKilled ? count - 1 : 0)) {
+            std::printf("file %s\n", QDLogGetFileName());
             std::fflush(stdout);
         }
     }
+    while (untilKilled) pause();
     return 0;
-}
-
-int KillMe(char** argv) {
-    StartLogging(argv[2]);
-    const int count = std::atoi(argv[3]);
-    QDLogSetFlushLines(std::atoi(argv[4]));
-    for (int i = 0; i < count; ++i) QDLogEvent(0, "line %06d", i);
-    std::printf("written %s\n", QDLogGetFileName());
-    std::fflush(stdout);
-    for (;;) pause();
 }
 
 int FileSizeLimit(char** argv) {
@@ -74,8 +64,7 @@ int FileSizeLimit(char** argv) {
     const rlim_t limit = static_cast<rlim_t>(std::atoll(argv[3]));
     const rlimit fsize = {limit, limit};
     setrlimit(RLIMIT_FSIZE, &fsize);
-    StartLogging(argv[2]);
-    QDLogSetFlushLines(1);
+    StartLogging(argv[2], 1);
     const int count = std::atoi(argv[4]);
     const std::string filler(100, 'f');
     for (int i = 0; i < count; ++i) QDLogEvent(0, "line %06d %s", i, filler.c_str());
@@ -105,9 +94,8 @@ int Unwritable(char** argv) {
         std::printf("cannot become nobody\n");
         return 2;
     }
-    StartLogging(argv[2]);
+    StartLogging(argv[2], 1);
     QDLogSetFileSizeLimit(16384);
-    QDLogSetFlushLines(1);
     if (!LogFor(100, true)) {
         std::printf("no file at the start\n");
         return 1;
@@ -130,8 +118,8 @@ int Unwritable(char** argv) {
 
 int main(int argc, char** argv) {
     const std::string command = argc > 1 ? argv[1] : "";
-    if (command == "lines" && argc == 7) return Lines(argv);
-    if (command == "killme" && argc == 5) return KillMe(argv);
+    if ((command == "lines" || command == "killme") && argc == 7)
+        return Lines(argv, command == "killme");
     if (command == "fsize" && argc == 5) return FileSizeLimit(argv);
     if (command == "unwritable" && argc == 3) return Unwritable(argv);
     std::fprintf(stderr, "usage: see the head of logfile_helper.cpp\n");

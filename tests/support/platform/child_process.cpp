@@ -3,9 +3,10 @@
 #include <errno.h>
 #include <signal.h>
 #include <spawn.h>
-#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <chrono>
 
 extern char** environ;
 
@@ -17,11 +18,9 @@ ChildProcess::ChildProcess(const std::vector<std::string>& argv,
     std::vector<char*> args;
     for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
     args.push_back(nullptr);
-    std::vector<std::string> envText;
-    for (char** e = environ; *e; ++e) envText.push_back(*e);
-    envText.insert(envText.end(), extraEnv.begin(), extraEnv.end());
     std::vector<char*> env;
-    for (std::string& e : envText) env.push_back(&e[0]);
+    for (char** e = environ; *e; ++e) env.push_back(*e);
+    for (const std::string& e : extraEnv) env.push_back(const_cast<char*>(e.c_str()));
     env.push_back(nullptr);
 
     posix_spawn_file_actions_t actions;
@@ -87,7 +86,6 @@ int ChildProcess::Wait() {
 }
 
 long long WallClockMs() {
-    timeval tv;
-    gettimeofday(&tv, nullptr);
-    return static_cast<long long>(tv.tv_sec) * 1000 + tv.tv_usec / 1000;
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
 }

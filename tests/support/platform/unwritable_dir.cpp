@@ -5,9 +5,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-namespace {
 constexpr uid_t kNobody = 65534;
-}
 
 // The saved user stays root, so the effective one can come back.
 UnwritableDir::UnwritableDir(const std::string& dir)

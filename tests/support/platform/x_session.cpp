@@ -6,13 +6,10 @@
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
-#include <cairo-xlib.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <filesystem>
-#include <thread>
 
 #include "child_process.h"
 
@@ -45,18 +42,10 @@ const char kServerScript[] =
     "done\n"
     "kill $o $x 2>/dev/null\n";
 
-bool WindowManagerReady(void*) {
-    Display* d = XOpenDisplay(nullptr);
-    if (!d) return false;
-    Atom type;
-    int format;
-    unsigned long count = 0, after;
-    unsigned char* data = nullptr;
-    XGetWindowProperty(d, DefaultRootWindow(d), XInternAtom(d, "_NET_WORKAREA", False), 0, 4, False,
-                       XA_CARDINAL, &type, &format, &count, &after, &data);
-    if (data) XFree(data);
-    XCloseDisplay(d);
-    return count == 4;
+// openbox sets the work area once it manages the screen.
+bool WindowManagerReady() {
+    ChildProcess xprop({"/usr/bin/xprop", "-root", "_NET_WORKAREA"});
+    return xprop.ReadAll().find(" = ") != std::string::npos;
 }
 
 }  // namespace
@@ -66,8 +55,9 @@ bool StartPrivateX(std::string* reason) {
     static std::string failure;
     if (state == 0) {
         state = -1;
-        auto* server = new ChildProcess(  // never deleted: see the watchdog above
-            {"/bin/sh", "-c", kServerScript, "sh", std::to_string(getpid())});
+        // Never deleted, but held to the end: see the watchdog above.
+        static ChildProcess* const server =
+            new ChildProcess({"/bin/sh", "-c", kServerScript, "sh", std::to_string(getpid())});
         std::string line;
         if (!server->ReadLine(&line) || line.empty() || line == "none") {
             failure = "Xvfb could not start";
@@ -76,7 +66,7 @@ bool StartPrivateX(std::string* reason) {
             // No session bus here: GTK's settings stay in memory, without accessibility.
             setenv("GSETTINGS_BACKEND", "memory", 1);
             setenv("NO_AT_BRIDGE", "1", 1);
-            if (WaitUntil(WindowManagerReady, nullptr, 60))
+            if (WaitUntil(WindowManagerReady, 60))
                 state = 1;
             else
                 failure = "openbox did not set _NET_WORKAREA";
@@ -86,28 +76,12 @@ bool StartPrivateX(std::string* reason) {
     return state == 1;
 }
 
-bool WaitUntil(bool (*done)(void*), void* context, int seconds) {
-    for (int i = 0; i < seconds * 20; ++i) {
-        if (done(context)) return true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
-    return done(context);
-}
-
 bool SaveScreenshot(HWND window, const std::string& name) {
-    Display* d = XOpenDisplay(nullptr);
-    XWindowAttributes a;
-    const Window w = window ? window : DefaultRootWindow(d);
-    bool saved = false;
-    if (d && XGetWindowAttributes(d, w, &a)) {
-        cairo_surface_t* s = cairo_xlib_surface_create(d, w, a.visual, a.width, a.height);
-        std::filesystem::create_directories(SCREENSHOT_DIR);
-        const std::string path = std::string(SCREENSHOT_DIR) + "/" + name + ".png";
-        saved = cairo_surface_write_to_png(s, path.c_str()) == CAIRO_STATUS_SUCCESS;
-        cairo_surface_destroy(s);
-    }
-    if (d) XCloseDisplay(d);
-    return saved;
+    std::filesystem::create_directories(SCREENSHOT_DIR);
+    ChildProcess gm({"/usr/bin/timeout", "10", "/usr/bin/gm", "import", "-window",
+                     window ? std::to_string(window) : "root",
+                     std::string(SCREENSHOT_DIR) + "/" + name + ".png"});
+    return gm.Wait() == 0;
 }
 
 bool Xdotool(const std::vector<std::string>& args) {
@@ -115,10 +89,8 @@ bool Xdotool(const std::vector<std::string>& args) {
     // machine the activation is sometimes lost, and asked for again.
     std::vector<std::string> argv{"/usr/bin/timeout", "10", "/usr/bin/xdotool"};
     argv.insert(argv.end(), args.begin(), args.end());
-    for (int attempt = 0; attempt < 3; ++attempt) {
-        ChildProcess tool(argv);
-        if (tool.Wait() == 0) return true;
-    }
+    for (int attempt = 0; attempt < 3; ++attempt)
+        if (ChildProcess(argv).Wait() == 0) return true;
     return false;
 }
 
@@ -126,38 +98,24 @@ void Press(const std::string& title, const std::string& key, const std::string& 
     const HWND w = WaitForWindow(title.c_str());
     ASSERT_NE(0u, w) << title;
     std::this_thread::sleep_for(std::chrono::milliseconds(300));  // drawn, for the picture
-    if (!shot.empty()) {
-        EXPECT_TRUE(SaveScreenshot(w, shot));
-    }
+    EXPECT_TRUE(shot.empty() || SaveScreenshot(w, shot)) << shot;
     // Every key pressed here closes its window. One that arrives before the window
     // has taken the focus is lost on a busy machine: press again while it is up.
     for (int attempt = 0; attempt < 3; ++attempt) {
         ASSERT_TRUE(Xdotool({"windowactivate", "--sync", std::to_string(w), "key", key}));
-        HWND pressed = w;
-        if (WaitUntil(
-                [](void* p) {
-                    const HWND h = *static_cast<HWND*>(p);
-                    return !IsWindow(h) || (GetWindowStyle(h) & WS_VISIBLE) == 0;
-                },
-                &pressed, 5))
+        if (WaitUntil([w] { return !IsWindow(w) || (GetWindowStyle(w) & WS_VISIBLE) == 0; }, 5))
             return;
     }
     ADD_FAILURE() << title << " stayed open after " << key;
 }
 
 HWND WaitForWindow(const char* title) {
-    struct Wanted {
-        const char* title;
-        HWND found;
-    } wanted{title, 0};
-    WaitUntil(
-        [](void* p) {
-            Wanted* w = static_cast<Wanted*>(p);
-            w->found = FindWindowEx2(0, w->title, nullptr, 0, -1, true, -2);
-            return w->found != 0 && (GetWindowStyle(w->found) & WS_VISIBLE) != 0;
-        },
-        &wanted);
-    return wanted.found;
+    HWND found = 0;
+    WaitUntil([&] {
+        found = FindWindowEx2(0, title, nullptr, 0, -1, true, -2);
+        return found != 0 && (GetWindowStyle(found) & WS_VISIBLE) != 0;
+    });
+    return found;
 }
 
 TestWindows::TestWindows() : display_(XOpenDisplay(nullptr)) {}
@@ -212,11 +170,5 @@ void TestWindows::Close(HWND window) {
     e.xclient.data.l[0] = static_cast<long>(XInternAtom(d, "WM_DELETE_WINDOW", False));
     e.xclient.data.l[1] = CurrentTime;
     XSendEvent(d, window, False, NoEventMask, &e);
-    XSync(d, False);
-}
-
-void TestWindows::Iconify(HWND window) {
-    Display* d = static_cast<Display*>(display_);
-    XIconifyWindow(d, window, DefaultScreen(d));
     XSync(d, False);
 }

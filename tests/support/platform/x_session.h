@@ -4,7 +4,9 @@
 // vanish. Also: screenshots as PNG, xdotool, and windows made with Xlib.
 #pragma once
 
+#include <chrono>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "wnddk.h"
@@ -24,11 +26,25 @@ bool SaveScreenshot(HWND window, const std::string& name);
 bool Xdotool(const std::vector<std::string>& args);
 // Waits until a viewable window of that title (a pattern) exists; 0 after 10 s.
 HWND WaitForWindow(const char* title);
-// Waits until `done` holds, at most `seconds`; its last answer.
-bool WaitUntil(bool (*done)(void*), void* context, int seconds = 10);
+// Waits until `done()` holds, at most `seconds`; its last answer.
+template <class Done>
+bool WaitUntil(Done done, int seconds = 10) {
+    for (int i = 0; i < seconds * 20; ++i) {
+        if (done()) return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    return done();
+}
 // Waits for the window of that title, photographs it when `shot` is named, activates
 // it and presses the key.
 void Press(const std::string& title, const std::string& key, const std::string& shot = "");
+
+inline int CentreX(const RECT& r) {
+    return (r.left + r.right) / 2;
+}
+inline int CentreY(const RECT& r) {
+    return (r.top + r.bottom) / 2;
+}
 
 // Windows of this process made with Xlib on a connection of their own.
 class TestWindows {
@@ -40,7 +56,6 @@ public:
     HWND Make(const char* title, const char* className, HWND parent, HWND owner, RECT rect,
               bool unmanaged = false, unsigned long pid = 0);
     void Destroy(HWND window);
-    void Iconify(HWND window);
     // What the close box of the frame does: WM_DELETE_WINDOW.
     void Close(HWND window);
 
