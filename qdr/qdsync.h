@@ -57,14 +57,14 @@ inline void OSMutexSetOwner(OSMutex* mutex, OSThreadID id) {
 }
 
 // A record that fails the magic test is reported and then left alone: going on
-// would hand garbage to the pthread mutex. The thread id is read once per call; the
-// checks read it again only when they fail.
-inline void OSMutexLock(OSMutex* mutex) {
+// would hand garbage to the pthread mutex. `self` is the caller's OSThreadSelf(),
+// read once by the caller; the checks read it again only when they fail. True when
+// the lock is now held.
+inline bool OSMutexEnter(OSMutex* mutex, OSThreadID self) {
     if (!OSMutexIsValid(mutex)) {
         QDR_CHECK_MSG(OSMutexIsValid(mutex), "%s", "Invalid mutex object!!!");
-        return;
+        return false;
     }
-    const OSThreadID self = OSThreadSelf();
     // Only the owner can find its own id here.
     if (OSMutexOwner(mutex) != self) {
         os::CriticalSectionEnter(&mutex->cs);
@@ -72,13 +72,20 @@ inline void OSMutexLock(OSMutex* mutex) {
         QDR_CHECK(OSMutexOwner(mutex) == 0);
         mutex->lockedCount = 1;
         OSMutexSetOwner(mutex, self);
-        return;
+        return true;
     }
     QDR_CHECK(mutex->lockedCount >= 1);
     ++mutex->lockedCount;
+    return true;
 }
 
-inline void OSMutexUnlock(OSMutex* mutex) {
+inline void OSMutexLock(OSMutex* mutex) {
+    OSMutexEnter(mutex, OSThreadSelf());
+}
+
+// OSMutexUnlock for a caller that knows its OSThreadSelf() (a scope guard that
+// locked on this thread).
+inline void OSMutexLeave(OSMutex* mutex, OSThreadID self) {
     if (!OSMutexIsValid(mutex)) {
         QDR_CHECK_MSG(OSMutexIsValid(mutex), "%s", "Invalid mutex object!!!");
         return;
@@ -86,7 +93,7 @@ inline void OSMutexUnlock(OSMutex* mutex) {
     // Only the owner may unlock, so this is tested before anything else moves. A
     // thread that is not the owner goes on with the counter, but the platform lock,
     // which it does not hold, stays as it is.
-    const bool owner = OSMutexOwner(mutex) == OSThreadSelf();
+    const bool owner = OSMutexOwner(mutex) == self;
     if (!owner) QDR_CHECK(OSMutexOwner(mutex) == OSThreadSelf());
     QDR_CHECK(mutex->lockedCount >= 1);
     --mutex->lockedCount;
@@ -94,6 +101,10 @@ inline void OSMutexUnlock(OSMutex* mutex) {
     if (mutex->lockedCount != 0) return;
     OSMutexSetOwner(mutex, 0);
     if (owner) os::CriticalSectionLeave(&mutex->cs);
+}
+
+inline void OSMutexUnlock(OSMutex* mutex) {
+    OSMutexLeave(mutex, OSThreadSelf());
 }
 
 inline void OSMutexDestroy(OSMutex* mutex) {

@@ -39,23 +39,15 @@ int BuildEventHead(const char (&time)[kSystemTimeTextSize], int timeLen,
     return static_cast<int>(p - out);
 }
 
-char* PutEventTitle(const char (&title)[kTitleChars], uint32_t separator, char* p) {
-    *p++ = '|';
-    memcpy(p, title, sizeof(title));
-    const void* titleEnd = memchr(title, 0, sizeof(title));
-    p += titleEnd ? static_cast<const char*>(titleEnd) - title : sizeof(title);
-    *p++ = static_cast<char>(separator);
-    return p;
-}
-
 int HeadClock::FormatNewSecond(MSEL now, bool withMilli, char* out) {
     // An invalid time is reported here, at every event, as it always was.
     const SYSTEMTIME st = GetSystemTimeOfMSEL(now, true);
     FormatSystemTime(secondText_, st, false, '-', ':', '.');
-    second_ = IsValidMSEL(now) && strlen(secondText_) == kSecondChars ? now / 1000 : -1;
-    if (second_ < 0) {
+    const bool keep = IsValidMSEL(now) && strlen(secondText_) == kSecondChars;
+    secondStart_ = keep ? now - now % 1000 : kNoSecond;
+    if (!keep) {
         FormatSystemTime(out, st, withMilli, '-', ':', '.');
         return static_cast<int>(strlen(out));
     }
-    return CopySecond(now, withMilli, out);
+    return CopySecond(static_cast<int>(now % 1000), withMilli, out);
 }

@@ -19,7 +19,6 @@ struct EventMoment {
     uint32_t tick;
     uint64_t cycle;
 };
-EventMoment TakeEventMoment();
 
 // The second half of the road, for a formatted text; a null text prints "(NULL)".
 void QDLogEventPrint(int type, const char* text);

@@ -78,6 +78,7 @@ LogContext::LogContext()
         snprintf(titles_[word.type], kTitleChars, "%s", word.title);
     titleSeparator_ = ':';
     lastEventMSEL_ = 0;
+    eventTick_ = 0;
     // 120 s in the past: the first run of each deletion rule is due at once.
     const uint32_t tick = GetTickCount();
     lastHoldCheckTick_ = tick - 120000;
@@ -100,15 +101,6 @@ void DestroyLogContext() {
     if (!log) return;
     log->~LogContext();
     FillDestroyed(log, sizeof(*log));
-}
-
-LogLock::LogLock(LogContext& log) : lock_(log.lock_), held_(false) {
-    lock_.Lock();
-    held_ = OSMutexIsValid(&lock_.Raw());
-}
-
-LogLock::~LogLock() {
-    if (held_) lock_.Unlock();
 }
 
 void FormatLoggerFlagName(const char* dir, char out[16]) {

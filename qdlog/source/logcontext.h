@@ -98,7 +98,7 @@ public:
     // - the configuration pass, logconfig.cpp: canModifyConfig_, firstReadConfig_,
     //   lastReadConfigTick_, readingConfig_, and logMask_ through its pointer;
     // - the event road, eventroad.cpp: lastCpuCycle_ (also its setter),
-    //   lastEventMSEL_, headClock_; logoutputs.cpp: callbackMap_;
+    //   lastEventMSEL_, eventTick_, headClock_; logoutputs.cpp: callbackMap_;
     // - the log file writer, logfile.cpp: logFile_, and the writer's side of
     //   logFileList_ (the file it gives up, through LogFileList::List, and the old
     //   file it continues);
@@ -134,6 +134,9 @@ public:
     Relaxed<int32_t> maxFileNum_;
     Relaxed<int32_t> toDebuger_;
     alignas(64) MSEL lastEventMSEL_;
+    // The tick of the event road's events, read at the first event of each second
+    // (the deletion rules count minutes); eventroad.cpp.
+    uint32_t eventTick_;
     uint32_t lastHoldCheckTick_;
     uint32_t lastReserveCheckTick_;
     uint32_t lastFileNumCheckTick_;
@@ -158,15 +161,19 @@ void DestroyLogContext();
 // the lock's check is reported and Held() is false; nothing else is touched.
 class LogLock {
 public:
-    explicit LogLock(LogContext& log);
-    ~LogLock();
+    explicit LogLock(LogContext& log)
+        : lock_(log.lock_.Raw()), self_(OSThreadSelf()), held_(OSMutexEnter(&lock_, self_)) {}
+    ~LogLock() {
+        if (held_) OSMutexLeave(&lock_, self_);
+    }
     LogLock(const LogLock&) = delete;
     LogLock& operator=(const LogLock&) = delete;
     bool Held() const { return held_; }
 
 private:
-    Mutex& lock_;
-    bool held_;
+    OSMutex& lock_;
+    const OSThreadID self_;
+    const bool held_;
 };
 
 // The name of the process-unique flag of a directory: the ELF string hash of its

@@ -192,7 +192,5 @@ void FlushLogFile(LogContext& log) {
 }
 
 void FlushLogFileHeld(LogContext& log) {
-    LogFile& file = log.logFile_;
-    // Never below the threshold, also when the application asks.
-    if (file.IsOpen() && file.linesToFlush_ >= log.flushLines_) file.Flush();
+    log.logFile_.FlushIfDue(log.flushLines_);
 }

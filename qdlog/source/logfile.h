@@ -61,6 +61,11 @@ public:
     }
     // Hands the buffered lines to the system, and linesToFlush_ back to 0.
     void Flush();
+    // Flushes once `flushLines` lines have gathered, never below: the rule of
+    // QDLogFlushFile, inline for the event road.
+    void FlushIfDue(int32_t flushLines) {
+        if (IsOpen() && linesToFlush_ >= flushLines) Flush();
+    }
     // Whether the file has left its path: the path (or a directory above it) is gone
     // or names another file. A path that the system will not look at (a directory
     // made unreadable) does not count: the open file still takes lines.

@@ -195,10 +195,7 @@ int CleanByCount(LogContext& log, int maxFileNum, uint32_t tick) {
     return 0;
 }
 
-void CleanLogFiles(LogContext& log, MSEL now, uint32_t tick) {
-    if (!log.logFileList_.initFinished) return;
-    // The common path is one tick comparison per active rule, made here; a rule that
-    // is due tests itself again with its checks.
+void RunDueLogFileRules(LogContext& log, MSEL now, uint32_t tick) {
     if (log.holdSeconds_ != 0 && IsElapsed(tick, log.lastHoldCheckTick_, kRuleIntervalMs) &&
         CleanByAge(log, now, tick))
         return;

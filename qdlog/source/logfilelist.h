@@ -7,6 +7,7 @@
 
 #include <cstdint>
 
+#include "cpp_templ0.h"
 #include "logcontext.h"
 
 // The name part of a log file: "log" and the 14 digits of its first line's local
@@ -38,7 +39,16 @@ bool SweepLogDirectory(LogContext& log);
 // The three rules, from the event road under lock_, in their order: age, then
 // reserve, then count, each only when switched on, and none before initFinished.
 // When the age rule deleted something the other two wait for the next event.
-void CleanLogFiles(LogContext& log, MSEL now, uint32_t tick);
+// The common event makes one test per rule here, inline; a rule that is due runs
+// out of line and tests itself again with its checks.
+void RunDueLogFileRules(LogContext& log, MSEL now, uint32_t tick);
+inline void CleanLogFiles(LogContext& log, MSEL now, uint32_t tick) {
+    if (!log.logFileList_.initFinished) return;
+    if ((log.holdSeconds_ != 0 && IsElapsed(tick, log.lastHoldCheckTick_, kRuleIntervalMs)) ||
+        (log.reserveMBytes_ > 0 && IsElapsed(tick, log.lastReserveCheckTick_, kRuleIntervalMs)) ||
+        (log.maxFileNum_ > 0 && IsElapsed(tick, log.lastFileNumCheckTick_, kRuleIntervalMs)))
+        RunDueLogFileRules(log, now, tick);
+}
 
 // Each rule runs at most every 60000 ticks, counted from its own last run, with
 // unsigned 32-bit differences that survive the wrap of the tick. A failed

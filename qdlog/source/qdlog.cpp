@@ -36,11 +36,14 @@ int Get(Setting setting) {
 // "maybe" goes on to ReadConfig, which decides under lock_ on the tick itself. In
 // the few milliseconds after a pass the coarse clock may stand behind the pass's
 // tick; the difference then wraps, and the answer is "maybe" too. An engine that has
-// ended answers "maybe", so that ReadConfig's lock reports it, as every call did.
+// ended answers "maybe", so that ReadConfig's lock reports it, as every call did. It
+// is told by the gate, which is 0 or 1 while the engine lives and 0xCDCDCDCD in the
+// filled object: a word of the settings' cache line, which events only read, where
+// the lock's magic sits on the line that the other thread's events keep taking.
 bool ConfigPassMayBeDue(const LogContext& log) {
     static const uint32_t lag = std::min(os::CoarseTickLag(), 500u);
     return os::CoarseTickCount() - log.lastReadConfigTick_ >= 500u - lag ||
-           !OSMutexIsValid(&log.lock_.Raw());
+           static_cast<uint32_t>(static_cast<int32_t>(log.canModifyConfig_)) > 1;
 }
 
 }  // namespace

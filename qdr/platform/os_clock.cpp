@@ -8,9 +8,6 @@ namespace os {
 
 namespace {
 
-// Distance from 1601-01-01 to 1970-01-01 in 100-nanosecond units.
-constexpr int64_t kFileTimeOfUnixEpoch = 116444736000000000LL;
-
 uint32_t ReadTickOffset() {
     const char* text = getenv("QDR_TICK_OFFSET");
     if (!text || !*text) return 0;
@@ -28,12 +25,6 @@ uint32_t TickOf(clockid_t clock) {
 }
 
 }  // namespace
-
-int64_t SystemTimeAsFileTime() {
-    timespec ts;
-    clock_gettime(CLOCK_REALTIME, &ts);
-    return kFileTimeOfUnixEpoch + static_cast<int64_t>(ts.tv_sec) * 10000000LL + ts.tv_nsec / 100;
-}
 
 uint32_t TickCount() {
     return TickOf(CLOCK_MONOTONIC);

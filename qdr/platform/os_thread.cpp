@@ -42,14 +42,6 @@ void* ThreadTrampoline(void* p) {
     return reinterpret_cast<void*>(static_cast<uintptr_t>(result));
 }
 
-pthread_mutex_t* AsMutex(CriticalSection* cs) {
-    static_assert(sizeof(pthread_mutex_t) <= sizeof(CriticalSection::bytes),
-                  "CriticalSection too small for pthread_mutex_t");
-    static_assert(alignof(pthread_mutex_t) <= alignof(CriticalSection),
-                  "CriticalSection alignment too small");
-    return reinterpret_cast<pthread_mutex_t*>(cs->bytes);
-}
-
 }  // namespace
 
 __thread uint32_t t_knownThreadId = 0;
@@ -112,12 +104,6 @@ void CriticalSectionInit(CriticalSection* cs, unsigned /*spinCount*/) {
     pthread_mutexattr_destroy(&attr);
 }
 
-void CriticalSectionEnter(CriticalSection* cs) {
-    pthread_mutex_lock(AsMutex(cs));
-}
-void CriticalSectionLeave(CriticalSection* cs) {
-    pthread_mutex_unlock(AsMutex(cs));
-}
 void CriticalSectionDelete(CriticalSection* cs) {
     pthread_mutex_destroy(AsMutex(cs));
 }
