@@ -28,6 +28,7 @@ struct OSMutex {
     OSThreadID lockedThreadID;
     uint32_t syncDWORD2;
 };
+static_assert(sizeof(OSMutex) <= 64, "an OSMutex takes one cache line");
 
 inline void OSInitCriticalSection(os::CriticalSection* cs, unsigned spinCount) {
     os::CriticalSectionInit(cs, spinCount);

@@ -100,12 +100,12 @@ void CriticalSectionInit(CriticalSection* cs, unsigned /*spinCount*/) {
     pthread_mutexattr_t attr;
     pthread_mutexattr_init(&attr);
     pthread_mutexattr_settype(&attr, PTHREAD_MUTEX_ADAPTIVE_NP);
-    pthread_mutex_init(AsMutex(cs), &attr);
+    pthread_mutex_init(&cs->mutex, &attr);
     pthread_mutexattr_destroy(&attr);
 }
 
 void CriticalSectionDelete(CriticalSection* cs) {
-    pthread_mutex_destroy(AsMutex(cs));
+    pthread_mutex_destroy(&cs->mutex);
 }
 
 }  // namespace os
