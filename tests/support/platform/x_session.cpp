@@ -85,9 +85,10 @@ bool SaveScreenshot(HWND window, const std::string& name) {
 }
 
 bool Xdotool(const std::vector<std::string>& args) {
-    // "windowactivate --sync" waits for the window manager without limit; on a busy
-    // machine the activation is sometimes lost, and asked for again.
-    std::vector<std::string> argv{"/usr/bin/timeout", "10", "/usr/bin/xdotool"};
+    // "windowactivate --sync" waits for the window manager without limit; the
+    // activation is sometimes lost (it takes milliseconds when it is not), and is
+    // asked for again after 3 s.
+    std::vector<std::string> argv{"/usr/bin/timeout", "3", "/usr/bin/xdotool"};
     argv.insert(argv.end(), args.begin(), args.end());
     for (int attempt = 0; attempt < 3; ++attempt)
         if (ChildProcess(argv).Wait() == 0) return true;
