@@ -85,12 +85,17 @@ TEST_F(LogFileWriter, NamesTheFileAfterTheEventThatOpensIt) {
     // and the file beside another output give the same bytes.
     PrintAt(0, "a\r\nb", kSampleMSEL);
     PrintAt(31, "raw", kSampleMSEL);
+    const std::string longest(31, 't');  // every word of the title's row
+    QDLogSetEventTitle(1, longest.c_str());
+    PrintAt(1, "w", kSampleMSEL + 876);  // the last of the kept second's milliseconds
+    QDLogSetEventTitle(1, "警告");
     QDLogOutputToDebuger(1);
     PrintAt(0, "a\r\nb", kSampleMSEL);
     EXPECT_EQ(OnDisk("log20161118121200.log"), QDLogGetFileName());
     CloseFile();
     const std::string lines = kHead + "a\r\r\n" + kHead + "b\r\n";
-    EXPECT_EQ(lines + "raw" + lines, Contents(OnDisk("log20161118121200.log")));
+    EXPECT_EQ(lines + "raw2016-11-18 12:12:00.999|" + longest + ":w\r\n" + lines,
+              Contents(OnDisk("log20161118121200.log")));
     EXPECT_TRUE(List().listSet.empty());  // the file in use is never listed
 }
 
