@@ -23,7 +23,12 @@ std::condition_variable gStarted;
 
 void OwnGuiThread() {
     GMainContext* context = g_main_context_default();
-    const bool ok = g_main_context_acquire(context) && gtk_init_check(nullptr, nullptr);
+    bool ok;
+    {
+        xwin::PrepareThreads();
+        const std::unique_lock<std::mutex> one = xwin::ConnectionGuard();
+        ok = g_main_context_acquire(context) && gtk_init_check(nullptr, nullptr);
+    }
     {
         std::lock_guard<std::mutex> guard(gStartLock);
         gGtkOk = ok;
@@ -114,7 +119,12 @@ bool RunOnGuiThread(const std::function<void()>& job) {
     }
     GMainContext* context = g_main_context_default();
     if (g_main_context_is_owner(context)) {
-        if (!gtk_init_check(nullptr, nullptr)) return false;
+        bool ok;
+        {
+            const std::unique_lock<std::mutex> one = xwin::ConnectionGuard();
+            ok = gtk_init_check(nullptr, nullptr);
+        }
+        if (!ok) return false;
         job();
         return true;
     }

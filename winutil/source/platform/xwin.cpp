@@ -39,14 +39,27 @@ bool DisplayNamed() {
     return name && *name;
 }
 
-Session::Session() : display_(nullptr) {
-    if (!DisplayNamed()) return;
+void PrepareThreads() {
     static std::once_flag once;
     std::call_once(once, [] {
         XInitThreads();
         gPreviousHandler = XSetErrorHandler(DropOwnErrors);
     });
-    Display* d = XOpenDisplay(nullptr);
+}
+
+std::unique_lock<std::mutex> ConnectionGuard() {
+    static std::mutex lock;
+    return std::unique_lock<std::mutex>(lock);
+}
+
+Session::Session() : display_(nullptr) {
+    if (!DisplayNamed()) return;
+    PrepareThreads();
+    Display* d;
+    {
+        const std::unique_lock<std::mutex> one = ConnectionGuard();
+        d = XOpenDisplay(nullptr);
+    }
     if (!d) return;
     std::lock_guard<std::mutex> guard(gConnectionsLock);
     gConnections.push_back(d);
@@ -55,7 +68,10 @@ Session::Session() : display_(nullptr) {
 
 Session::~Session() {
     if (!display_) return;
-    XCloseDisplay(D(display_));
+    {
+        const std::unique_lock<std::mutex> one = ConnectionGuard();
+        XCloseDisplay(D(display_));
+    }
     std::lock_guard<std::mutex> guard(gConnectionsLock);
     for (size_t i = 0; i < gConnections.size(); ++i)
         if (gConnections[i] == display_) gConnections.erase(gConnections.begin() + i);

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <string>
+#include <mutex>
 #include <vector>
 
 #include "wnddk.h"
@@ -15,6 +16,15 @@ namespace xwin {
 
 // Whether DISPLAY names a server at all; the callers fail at once without one.
 bool DisplayNamed();
+
+// Xlib's threads are switched on before the process's first connection, and
+// connections open and close one at a time, never while the GUI thread starts
+// GTK. Xlib holds a lock of its own while it connects and waits for the server
+// there; GTK, as it opens its display, takes that lock inside a grab of the
+// server: a connection opened meanwhile waits for the server, which waits for
+// GTK, which waits for the lock. The GUI thread holds the guard around its start.
+void PrepareThreads();
+std::unique_lock<std::mutex> ConnectionGuard();
 
 struct Monitor {
     RECT rect;
