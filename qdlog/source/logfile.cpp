@@ -15,6 +15,9 @@ bool LogFile::Open(const char* path, const char* mode) {
     if (!Adopt(os::OpenAppendingStream(path, mode), path)) return false;
     // Lines that the last file could not take (a full disk, a size limit) go first.
     tornTail_ = false;
+    fileEnd_ = os::FileSizeOfStream(fp_);
+    if (fileEnd_ < 0) fileEnd_ = 0;
+    roomEnd_ = fileEnd_ > kRoomFrom ? fileEnd_ : kRoomFrom;
     ShowPath(path_, shownName_, sizeof(shownName_));
     linesToFlush_ = 0;
     return true;
@@ -26,9 +29,17 @@ void LogFile::Close() {
     CFile::Close(true);
 }
 
+void LogFile::ReserveRoom(size_t bytes) {
+    const int64_t from = fileEnd_ > roomEnd_ ? fileEnd_ : roomEnd_;
+    const int64_t to = fileEnd_ + static_cast<int64_t>(bytes) + kRoomStep;
+    // A file system without such room (or a full disk) is not asked again for this
+    // file: the writes go on as they would without it.
+    roomEnd_ = os::ReserveStreamFileRoom(fp_, from, to - from) ? to : INT64_MAX;
+}
+
 bool LogFile::WriteOut() {
     if (pending_ == 0) return true;
-    size_t done = os::AppendToStreamFile(fp_, buffer_, pending_);
+    size_t done = Append(buffer_, pending_);
     if (done == pending_) {
         pending_ = 0;
         return true;
@@ -38,8 +49,10 @@ bool LogFile::WriteOut() {
     //   buffer "a\r\nbb\r\ncc\r\n", 6 bytes taken -> file "a\r\n", buffer "bb\r\ncc\r\n"
     size_t lineStart = done;
     while (lineStart > 0 && buffer_[lineStart - 1] != '\n') --lineStart;
-    if (lineStart < done && os::CutStreamFileTail(fp_, buffer_ + lineStart, done - lineStart))
+    if (lineStart < done && os::CutStreamFileTail(fp_, buffer_ + lineStart, done - lineStart)) {
+        fileEnd_ -= static_cast<int64_t>(done - lineStart);
         done = lineStart;
+    }
     // Otherwise the rest of that line is the first thing written next: it finishes
     // the line.
     memmove(buffer_, buffer_ + done, pending_ - done);
@@ -56,9 +69,13 @@ void LogFile::WriteLong(const char* head, int headLen, const char* text, int tex
     memcpy(line.Get(), head, static_cast<size_t>(headLen));
     memcpy(line.Get() + headLen, text, static_cast<size_t>(textLen));
     if (lineEnd) memcpy(line.Get() + headLen + textLen, "\r\n", 2);
-    const size_t done = os::AppendToStreamFile(fp_, line.Get(), lineBytes);
-    if (done > 0 && done < lineBytes && !os::CutStreamFileTail(fp_, line.Get(), done))
-        tornTail_ = true;
+    const size_t done = Append(line.Get(), lineBytes);
+    if (done > 0 && done < lineBytes) {
+        if (os::CutStreamFileTail(fp_, line.Get(), done))
+            fileEnd_ -= static_cast<int64_t>(done);
+        else
+            tornTail_ = true;
+    }
 }
 
 void LogFile::WriteLine(bool withHead, const char* head, int headLen, const char* text,
@@ -159,15 +176,21 @@ void CheckLogFile(LogContext& log, MSEL now) {
             // what it gets. A new file opens as soon as the directory is back.
             file.Close();
             ForgetCounters(file);
-        } else if (GetFileSizeOfStream(file.GetStream()) >= log.switchBytes_) {
+        } else {
             // Only what has reached the system counts; a failed query (-1) never
             // switches.
-            char closed[kLogPathChars];
-            strcpy(closed, file.Name());
-            file.Close();
-            ForgetCounters(file);
-            if (log.logFileList_.List(closed))
-                log.logFileList_.totalLogBytes += static_cast<int32_t>(GetFileSizeByName(closed));
+            const int32_t size = GetFileSizeOfStream(file.GetStream());
+            if (size < log.switchBytes_) {
+                file.SawSize(size);
+            } else {
+                char closed[kLogPathChars];
+                strcpy(closed, file.Name());
+                file.Close();
+                ForgetCounters(file);
+                if (log.logFileList_.List(closed))
+                    log.logFileList_.totalLogBytes +=
+                        static_cast<int32_t>(GetFileSizeByName(closed));
+            }
         }
     }
     if (file.IsOpen()) return;

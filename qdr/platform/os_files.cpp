@@ -499,6 +499,14 @@ size_t AppendToStreamFile(FILE* stream, const void* data, size_t bytes) {
     return done;
 }
 
+bool ReserveStreamFileRoom(FILE* stream, int64_t offset, int64_t bytes) {
+    if (!stream || offset < 0 || bytes <= 0) return false;
+    int r;
+    do r = fallocate(fileno(stream), FALLOC_FL_KEEP_SIZE, offset, bytes);
+    while (r != 0 && errno == EINTR);
+    return r == 0;
+}
+
 bool CutStreamFileTail(FILE* stream, const void* tail, size_t bytes) {
     struct stat st;
     if (!stream || bytes == 0 || fstat(fileno(stream), &st) != 0 ||

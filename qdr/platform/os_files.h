@@ -128,6 +128,11 @@ bool SetStreamFileLength(FILE* stream, int64_t length);
 // buffer (which its user leaves empty). Returns how many reached the file: all of
 // them, or fewer when the system refused the rest (a full disk, a file size limit).
 size_t AppendToStreamFile(FILE* stream, const void* data, size_t bytes);
+// Reserves `bytes` of disk from `offset` on for the file under the stream, beyond
+// its end, without changing its size or contents (fallocate with
+// FALLOC_FL_KEEP_SIZE): appends that land there find their blocks allocated. False
+// when the file system gives no such room (not supported, full).
+bool ReserveStreamFileRoom(FILE* stream, int64_t offset, int64_t bytes);
 // Cuts the last `bytes` bytes off the file under the stream, provided they are the
 // bytes of `tail`, so that a piece of a line that a short write left is taken back
 // and nothing that another process appended since is lost. False when they are not

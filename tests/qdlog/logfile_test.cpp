@@ -1,9 +1,12 @@
 // The log file writer inside one process: the file's name, the continued old file,
 // the switch and whole lines. The flush threshold and a directory that cannot be
 // written are seen across processes. Local time is UTC+8 (TZ=CST-8).
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <sstream>
@@ -176,6 +179,32 @@ TEST_F(LogFileWriter, OnlyWholeLinesReachTheSystem) {
     CloseFile();
     std::string expected = before;
     for (const std::string& text : sent) expected += kHead + text + "\r\n";
+    EXPECT_EQ(expected, Contents(path));
+}
+
+// A file past a mebibyte gets disk reserved beyond its end: its blocks run ahead of
+// its lines, while its size and its bytes are those of the lines alone.
+TEST_F(LogFileWriter, AFilePastAMebibyteHasRoomReservedBeyondItsLines) {
+    const std::string probe = OnDisk("probe");
+    const int fd = open(probe.c_str(), O_WRONLY | O_CREAT, 0600);
+    ASSERT_GE(fd, 0);
+    const bool reserves = fallocate(fd, FALLOC_FL_KEEP_SIZE, 0, 4096) == 0;
+    close(fd);
+    fs::remove(probe);
+    if (!reserves) GTEST_SKIP() << "the file system of the scratch directory has no fallocate";
+
+    const std::string text(1000, 'r');
+    std::string expected;
+    for (int i = 0; i < 1200; ++i) {  // 50 lines to a flush: all of them reach the file
+        PrintAt(0, text.c_str(), kSampleMSEL);
+        expected += kHead + text + "\r\n";
+    }
+    const std::string path = OnDisk("log20161118121200.log");
+    struct stat st;
+    ASSERT_EQ(0, stat(path.c_str(), &st));
+    EXPECT_EQ(static_cast<off_t>(expected.size()), st.st_size);
+    EXPECT_GT(st.st_blocks * 512, st.st_size + (LogFile::kRoomStep / 2));
+    CloseFile();
     EXPECT_EQ(expected, Contents(path));
 }
 
