@@ -21,14 +21,15 @@ bool gOwnThreadReady = false;
 bool gGtkOk = false;
 std::condition_variable gStarted;
 
+// GTK opens its display while no other connection opens or closes (xwin.h).
+bool InitGtk() {
+    const std::unique_lock<std::mutex> one = xwin::ConnectionGuard();
+    return gtk_init_check(nullptr, nullptr);
+}
+
 void OwnGuiThread() {
     GMainContext* context = g_main_context_default();
-    bool ok;
-    {
-        xwin::PrepareThreads();
-        const std::unique_lock<std::mutex> one = xwin::ConnectionGuard();
-        ok = g_main_context_acquire(context) && gtk_init_check(nullptr, nullptr);
-    }
+    const bool ok = g_main_context_acquire(context) && InitGtk();
     {
         std::lock_guard<std::mutex> guard(gStartLock);
         gGtkOk = ok;
@@ -114,17 +115,14 @@ gboolean OnBoxDelete(GtkWidget*, GdkEvent*, gpointer data) {
 bool RunOnGuiThread(const std::function<void()>& job) {
     if (!xwin::DisplayNamed()) return false;
     {
-        xwin::Session probe;  // a server that went away fails here, not inside GTK
+        // A server that went away fails here, not inside GTK; and Xlib's threads are on
+        // before GTK starts.
+        xwin::Session probe;
         if (!probe) return false;
     }
     GMainContext* context = g_main_context_default();
     if (g_main_context_is_owner(context)) {
-        bool ok;
-        {
-            const std::unique_lock<std::mutex> one = xwin::ConnectionGuard();
-            ok = gtk_init_check(nullptr, nullptr);
-        }
-        if (!ok) return false;
+        if (!InitGtk()) return false;
         job();
         return true;
     }

@@ -39,14 +39,6 @@ bool DisplayNamed() {
     return name && *name;
 }
 
-void PrepareThreads() {
-    static std::once_flag once;
-    std::call_once(once, [] {
-        XInitThreads();
-        gPreviousHandler = XSetErrorHandler(DropOwnErrors);
-    });
-}
-
 std::unique_lock<std::mutex> ConnectionGuard() {
     static std::mutex lock;
     return std::unique_lock<std::mutex>(lock);
@@ -54,7 +46,11 @@ std::unique_lock<std::mutex> ConnectionGuard() {
 
 Session::Session() : display_(nullptr) {
     if (!DisplayNamed()) return;
-    PrepareThreads();
+    static std::once_flag once;
+    std::call_once(once, [] {
+        XInitThreads();
+        gPreviousHandler = XSetErrorHandler(DropOwnErrors);
+    });
     Display* d;
     {
         const std::unique_lock<std::mutex> one = ConnectionGuard();

@@ -17,13 +17,12 @@ namespace xwin {
 // Whether DISPLAY names a server at all; the callers fail at once without one.
 bool DisplayNamed();
 
-// Xlib's threads are switched on before the process's first connection, and
-// connections open and close one at a time, never while the GUI thread starts
-// GTK. Xlib holds a lock of its own while it connects and waits for the server
-// there; GTK, as it opens its display, takes that lock inside a grab of the
-// server: a connection opened meanwhile waits for the server, which waits for
-// GTK, which waits for the lock. The GUI thread holds the guard around its start.
-void PrepareThreads();
+// Xlib's threads are switched on by the process's first Session, and connections
+// open and close one at a time, never while GTK starts. Xlib holds a lock of its
+// own while it connects and waits for the server there; GTK, as it opens its
+// display, takes that lock inside a grab of the server: a connection opened
+// meanwhile waits for the server, which waits for GTK, which waits for the lock.
+// GTK's start holds the guard.
 std::unique_lock<std::mutex> ConnectionGuard();
 
 struct Monitor {
