@@ -208,7 +208,7 @@ __attribute__((noinline)) void PrintToOutputs(LogContext& log, int type, const C
                                        log.titleSeparator_, head);
 
     if (newSecond) CheckLogFile(log, moment.now);
-    log.lastEventMSEL_ = moment.now;
+    NoteEventMSEL(log, moment.now, newSecond);
 
     CHAR room[kEventHeadChars];
     int lineHeadLen = 0;
@@ -240,7 +240,7 @@ __attribute__((always_inline)) inline void PrintEventHeld(LogContext& log, int t
     if constexpr (std::is_same<CHAR, char>::value) {
         if (IsForFileAlone(log, type, moment.now)) {
             if (newSecond) CheckLogFile(log, moment.now);
-            log.lastEventMSEL_ = moment.now;
+            NoteEventMSEL(log, moment.now, newSecond);
             if (!log.toFile_ || !log.logFile_.IsOpen()) return;
             PrintToFileAlone(log, type, text, firstEnd, moment.now);
             log.logFile_.FlushIfDue(log.flushLines_);
@@ -260,7 +260,7 @@ __attribute__((always_inline)) inline void PrintEvent(LogContext& log, int type,
     LogLock lock(log);
     if (!lock.Held()) return;
     const MSEL now = GetMSEL();
-    const bool newSecond = log.lastEventMSEL_ / 1000 != now / 1000;
+    const bool newSecond = IsNewEventSecond(log, now);
     if (newSecond) log.eventTick_ = os::CoarseTickCount();
     PrintEventHeld(log, type, text, firstEnd, EventMoment{now, log.eventTick_, 0}, newSecond);
 }
@@ -310,8 +310,7 @@ template <class CHAR>
 void PrintEventAt(LogContext& log, int type, const CHAR* text, const EventMoment& moment) {
     QDR_CHECK(log.lock_.IsLockedByThreadSelf());
     if (!text) text = Width<CHAR>::kNullText;
-    PrintEventHeld(log, type, text, LineEnd(text), moment,
-                   log.lastEventMSEL_ / 1000 != moment.now / 1000);
+    PrintEventHeld(log, type, text, LineEnd(text), moment, IsNewEventSecond(log, moment.now));
 }
 
 template void LogEventV<char>(int, const char*, va_list);

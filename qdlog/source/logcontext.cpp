@@ -77,7 +77,7 @@ LogContext::LogContext()
     for (const TitleWord& word : kTitleWords)
         snprintf(titles_[word.type], kTitleChars, "%s", word.title);
     titleSeparator_ = ':';
-    lastEventMSEL_ = 0;
+    NoteEventMSEL(*this, 0, true);
     eventTick_ = 0;
     // 120 s in the past: the first run of each deletion rule is due at once.
     const uint32_t tick = GetTickCount();

@@ -134,6 +134,11 @@ public:
     Relaxed<int32_t> maxFileNum_;
     Relaxed<int32_t> toDebuger_;
     alignas(64) MSEL lastEventMSEL_;
+    // The MSELs of lastEventMSEL_'s whole second (the same value / 1000): from
+    // lastSecondFrom_, lastSecondSpan_ of them. The road's test for a new second is
+    // then a subtraction and a compare where two divisions were; NoteEventMSEL.
+    MSEL lastSecondFrom_;
+    uint64_t lastSecondSpan_;
     // The tick of the event road's events, read at the first event of each second
     // (the deletion rules count minutes); eventroad.cpp.
     uint32_t eventTick_;
@@ -150,6 +155,26 @@ public:
     // destructor releases it first.
     ProcessUniqueFlag puf_;
 };
+
+// lastEventMSEL_ = now, and its second's range when `newSecond`. The division
+// cuts toward zero, so second 0 spans -999 .. 999, a negative second ends at its
+// whole thousand, and the range stops at the ends of MSEL.
+inline void NoteEventMSEL(LogContext& log, MSEL now, bool newSecond) {
+    log.lastEventMSEL_ = now;
+    if (!newSecond) return;
+    const MSEL second = now / 1000;
+    const MSEL edge = second * 1000;
+    const MSEL low = second > 0 ? edge : edge < INT64_MIN + 999 ? INT64_MIN : edge - 999;
+    const MSEL high = second < 0 ? edge : edge > INT64_MAX - 999 ? INT64_MAX : edge + 999;
+    log.lastSecondFrom_ = low;
+    log.lastSecondSpan_ = static_cast<uint64_t>(high) - static_cast<uint64_t>(low) + 1;
+}
+
+// Whether `now` / 1000 differs from lastEventMSEL_ / 1000.
+inline bool IsNewEventSecond(const LogContext& log, MSEL now) {
+    return static_cast<uint64_t>(now) - static_cast<uint64_t>(log.lastSecondFrom_) >=
+           log.lastSecondSpan_;
+}
 
 // The singleton, built on first use. The common path is one pointer test.
 LogContext& GetLogContext();

@@ -61,6 +61,33 @@ TEST(EventHead, TimeColumnIsThatOfEveryMoment) {
     tzset();
 }
 
+// The file is checked at the first event of each whole second, "/ 1000" as the
+// division cuts it (toward zero, so -999 .. 999 is one second); the road tests a
+// kept range instead of dividing. It must agree at every edge, and an event of the
+// same second must keep the range.
+TEST(EventSecond, NewSecondAgreesWithTheDivision) {
+    LogContext& log = GetLogContext();
+    LogLock lock(log);
+    const MSEL kept = log.lastEventMSEL_;
+    // clang-format off
+    const MSEL edges[] = {0, 1, 999, 1000, 1999, 2000, -1, -999, -1000, -1001, -2000,
+                          kSampleMSEL, kSampleMSEL / 1000 * 1000, INT64_MAX, INT64_MIN};
+    // clang-format on
+    for (const MSEL last : edges) {
+        NoteEventMSEL(log, last, true);
+        NoteEventMSEL(log, last, false);
+        for (const MSEL base : edges)
+            for (const MSEL step : {-1001, -1000, -1, 0, 1, 999, 1000}) {
+                if ((step < 0 && base < INT64_MIN - step) || (step > 0 && base > INT64_MAX - step))
+                    continue;
+                const MSEL now = base + step;
+                EXPECT_EQ(last / 1000 != now / 1000, IsNewEventSecond(log, now))
+                    << last << " " << now;
+            }
+    }
+    NoteEventMSEL(log, kept, true);
+}
+
 class EventRoad : public LogTest {};
 
 TEST_F(EventRoad, HeadBytesOnTheScreenAndToCallbacksForEachSetting) {
@@ -153,7 +180,7 @@ TYPED_TEST(BothRoads, RawTypeHasNoHeadAndNoLineEndAndEmptyEventsNothing) {
     LineRecorder recorder;
     LogContext& log = GetLogContext();
     QDLogSetPrintCpuCycle(1);
-    log.lastEventMSEL_ = 12345;
+    NoteEventMSEL(log, 12345, true);
     const uint64_t before = log.lastCpuCycle_;
     const std::string shown = ScreenOf([] {
         LogText<TypeParam>(0, "");

@@ -57,7 +57,7 @@ protected:
         log.logFile_.Close();
         log.logFileList_.listSet.clear();
         log.logFileList_.totalLogBytes = 0;
-        log.lastEventMSEL_ = 0;
+        NoteEventMSEL(log, 0, true);
     }
     void CloseFile() {
         LogContext& log = GetLogContext();

@@ -38,7 +38,7 @@ protected:
     }
     void TearDown() override {
         GetLogContext().logFile_.Close();
-        GetLogContext().lastEventMSEL_ = 0;
+        NoteEventMSEL(GetLogContext(), 0, true);
         ResetLogFileList(1);
         QDLogSetLife(3);
         QDLogSetReserve(512, 0);
