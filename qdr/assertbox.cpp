@@ -127,7 +127,7 @@ void ModuleText(const void* codeAddress, char (&module)[kPathChars]) {
 // Local time straight from Linux (localtime_r): the report calls nothing that checks.
 //   "2016/11/18 12:12:00.123"
 void TimeText(char (&timeText)[kTimeChars]) {
-    int64_t ms = (os::SystemTimeAsFileTime() - 116444736000000000LL) / 10000;
+    int64_t ms = (os::SystemTimeAsFileTime() - os::kFileTimeOfUnixEpoch) / 10000;
     std::tm tm = {};
     os::LocalTime(ms / 1000, &tm);
     snprintf(timeText, sizeof(timeText), "%04d/%02d/%02d %02d:%02d:%02d.%03d", tm.tm_year + 1900,

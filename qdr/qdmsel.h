@@ -38,8 +38,19 @@ inline MSEL FileTimeToMSEL(int64_t fileTime) {
     return (fileTime - 116444736000005000LL) / 10000;
 }
 
+// FileTimeToMSEL of a reading's file time. From 1970's second second on it is one
+// division where the file time takes two (the clock read under the engine's lock
+// waits for them): (s * 10^7 + ns / 100 - 5000) / 10000 = s * 1000 +
+// (ns + 500000) / 10^6 - 1.
+inline MSEL MSELOfReading(os::RealTimeReading t) {
+    if (t.seconds >= 1)
+        return t.seconds * 1000 +
+               static_cast<int64_t>(static_cast<uint64_t>(t.nanoseconds + 500000) / 1000000u) - 1;
+    return FileTimeToMSEL(os::FileTimeOf(t));
+}
+
 inline MSEL GetMSEL() {
-    return FileTimeToMSEL(os::SystemTimeAsFileTime());
+    return MSELOfReading(os::RealTimeNow());
 }
 
 // The 32-bit millisecond tick; compare two of them only through IsElapsed.

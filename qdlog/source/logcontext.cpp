@@ -24,7 +24,6 @@ const TitleWord kTitleWords[] = {
     {0, "信息"}, {1, "警告"}, {2, "错误"}, {3, "调试"}, {20, "内部"}, {25, "事件"},
 };
 
-LazyGlobal<LogContext> g_logContext;
 alignas(LogContext) unsigned char g_logStorage[sizeof(LogContext)];
 
 // The key of the logger's flag, formatted into `out` (the member it is kept in).
@@ -91,7 +90,9 @@ LogContext::LogContext()
 // which must be free.
 LogContext::~LogContext() {}
 
-LogContext& GetLogContext() {
+LazyGlobal<LogContext> g_logContext;
+
+LogContext& BuildOrGetLogContext() {
     return *g_logContext.Get(BuildLogContext);
 }
 

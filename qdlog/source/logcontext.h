@@ -14,6 +14,7 @@
 #include "processflag.h"
 #include "qd_allocator.h"
 #include "qdlog.h"
+#include "qdr/qdatomic.h"
 #include "qdr/qdmsel.h"
 #include "qdr/qdsync.h"
 #include "qdr/qdthread.h"
@@ -176,8 +177,14 @@ inline bool IsNewEventSecond(const LogContext& log, MSEL now) {
            log.lastSecondSpan_;
 }
 
-// The singleton, built on first use. The common path is one pointer test.
-LogContext& GetLogContext();
+// The singleton, built on first use. The common path is one pointer test, inline:
+// every event and every GetQDLogMaskPtr asks for it.
+extern LazyGlobal<LogContext> g_logContext;
+LogContext& BuildOrGetLogContext();
+inline LogContext& GetLogContext() {
+    LogContext* const log = g_logContext.Peek();
+    return log ? *log : BuildOrGetLogContext();
+}
 // The atexit routine: destroys the singleton and fills it with 0xCD, so that a
 // later event fails the lock's check ("Invalid mutex object!!!") and is dropped.
 void DestroyLogContext();

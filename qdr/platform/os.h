@@ -62,20 +62,48 @@ inline void CriticalSectionLeave(CriticalSection* cs) {
 
 // ---- clocks ----------------------------------------------------------------
 
-// CLOCK_REALTIME as 100-nanosecond units since 1601-01-01 UTC (a Windows file time).
+constexpr int64_t kFileTimeOfUnixEpoch = 116444736000000000LL;  // 1601 to 1970
+// CLOCK_REALTIME: seconds since 1970 and the nanoseconds of the second.
+struct RealTimeReading {
+    int64_t seconds;
+    int64_t nanoseconds;
+};
 // Inline: every event reads it once under the engine's lock.
-inline int64_t SystemTimeAsFileTime() {
-    constexpr int64_t kFileTimeOfUnixEpoch = 116444736000000000LL;  // 1601 to 1970
+inline RealTimeReading RealTimeNow() {
     timespec ts;
     clock_gettime(CLOCK_REALTIME, &ts);
-    return kFileTimeOfUnixEpoch + static_cast<int64_t>(ts.tv_sec) * 10000000LL + ts.tv_nsec / 100;
+    return {static_cast<int64_t>(ts.tv_sec), static_cast<int64_t>(ts.tv_nsec)};
 }
-// CLOCK_MONOTONIC in milliseconds cut to 32 bits, plus QDR_TICK_OFFSET (read once).
+inline int64_t FileTimeOf(RealTimeReading t) {
+    return kFileTimeOfUnixEpoch + t.seconds * 10000000LL + t.nanoseconds / 100;
+}
+// CLOCK_REALTIME as 100-nanosecond units since 1601-01-01 UTC (a Windows file time).
+inline int64_t SystemTimeAsFileTime() {
+    return FileTimeOf(RealTimeNow());
+}
+// QDR_TICK_OFFSET as a number (0 when unset), read from the environment once.
+uint32_t ReadTickOffset();
+inline uint32_t TickOffset() {
+    static const uint32_t offset = ReadTickOffset();
+    return offset;
+}
+// Milliseconds of a monotonic clock cut to 32 bits, plus TickOffset().
+inline uint32_t TickOf(clockid_t clock) {
+    timespec ts;
+    clock_gettime(clock, &ts);
+    const uint64_t ms =
+        static_cast<uint64_t>(ts.tv_sec) * 1000u + static_cast<uint64_t>(ts.tv_nsec) / 1000000u;
+    return static_cast<uint32_t>(ms) + TickOffset();
+}
+// CLOCK_MONOTONIC in milliseconds cut to 32 bits, plus QDR_TICK_OFFSET.
 uint32_t TickCount();
 // CLOCK_MONOTONIC_COARSE in the units of TickCount, with the same offset: a quarter
 // of its cost, and never ahead of it. It moves at the kernel's clock tick, so it is
-// behind TickCount by at most CoarseTickLag() milliseconds.
-uint32_t CoarseTickCount();
+// behind TickCount by at most CoarseTickLag() milliseconds. Inline: every enabled
+// event asks it in GetQDLogMaskPtr.
+inline uint32_t CoarseTickCount() {
+    return TickOf(CLOCK_MONOTONIC_COARSE);
+}
 // Twice the coarse clock's resolution plus a millisecond (9 ms at 250 Hz).
 uint32_t CoarseTickLag();
 // Broken-down time of `seconds` since 1970; false if the C library refused.

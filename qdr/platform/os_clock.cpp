@@ -6,32 +6,14 @@
 
 namespace os {
 
-namespace {
-
 uint32_t ReadTickOffset() {
     const char* text = getenv("QDR_TICK_OFFSET");
     if (!text || !*text) return 0;
     return static_cast<uint32_t>(strtoull(text, nullptr, 0));
 }
 
-// Milliseconds of a monotonic clock cut to 32 bits, plus QDR_TICK_OFFSET.
-uint32_t TickOf(clockid_t clock) {
-    static const uint32_t offset = ReadTickOffset();
-    timespec ts;
-    clock_gettime(clock, &ts);
-    uint64_t ms =
-        static_cast<uint64_t>(ts.tv_sec) * 1000u + static_cast<uint64_t>(ts.tv_nsec) / 1000000u;
-    return static_cast<uint32_t>(ms) + offset;
-}
-
-}  // namespace
-
 uint32_t TickCount() {
     return TickOf(CLOCK_MONOTONIC);
-}
-
-uint32_t CoarseTickCount() {
-    return TickOf(CLOCK_MONOTONIC_COARSE);
 }
 
 uint32_t CoarseTickLag() {

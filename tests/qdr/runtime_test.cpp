@@ -47,6 +47,15 @@ TEST(Msel, FileTimeRoundingAndSystemTimesOfValidAndInvalidValues) {
     EXPECT_EQ(1, FileTimeToMSEL(116444736000015000LL));  // half a millisecond rounds up
     EXPECT_EQ(0, FileTimeToMSEL(116444736000014999LL));
     EXPECT_EQ(0, FileTimeToMSEL(116444736000005000LL));
+    // A clock reading converts as its file time does, around each half millisecond,
+    // at 1970's first seconds and before them.
+    for (const int64_t seconds : {-2, -1, 0, 1, 2, 1479442320, 2147443199})
+        for (const int64_t nanoseconds :
+             {0, 99, 100, 499999, 500000, 1499999, 1500000, 999999999}) {
+            const os::RealTimeReading t{seconds, nanoseconds};
+            EXPECT_EQ(FileTimeToMSEL(os::FileTimeOf(t)), MSELOfReading(t))
+                << seconds << " " << nanoseconds;
+        }
 
     ReportCapture reports;
     SYSTEMTIME st = GetSystemTimeOfMSEL(2147443200000LL, false);  // a Monday
