@@ -171,7 +171,11 @@ bool IsForFileAlone(const LogContext& log, int type, MSEL now) {
 // text, the title, the text and CR LF, with no head built aside and copied. The
 // head is copied out only for the lines after the first, and a line that finds no
 // room takes the file's own WriteLine (which flushes first or writes it alone).
-void PrintToFileAlone(LogContext& log, int type, const char* text, const char* end, MSEL now) {
+// Inline in the narrow entries: its call and saved registers were 20 of an event's
+// 1,750 instructions.
+__attribute__((always_inline)) inline void PrintToFileAlone(LogContext& log, int type,
+                                                            const char* text, const char* end,
+                                                            MSEL now) {
     constexpr size_t kHeadRoom = kSystemTimeTextSize + kTitleChars + 2;
     LogFile& file = log.logFile_;
     const size_t lineLen = static_cast<size_t>(end - text);
