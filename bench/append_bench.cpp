@@ -49,7 +49,7 @@ std::vector<int64_t> Append(const std::string& path, const Appender& a, int64_t 
     const std::vector<char> data(a.writeBytes, 'x');
     std::vector<int64_t> ns;
     int64_t end = 0, room = 0;
-    for (; end + static_cast<int64_t>(a.writeBytes) <= total;) {
+    while (end + static_cast<int64_t>(a.writeBytes) <= total) {
         if (a.reserve && end + static_cast<int64_t>(a.writeBytes) > room) {
             const int64_t to = end + static_cast<int64_t>(a.writeBytes) + kRoomStep;
             if (fallocate(fd, FALLOC_FL_KEEP_SIZE, room, to - room) == 0) room = to;
