@@ -182,6 +182,17 @@ TEST_F(LogFileWriter, OnlyWholeLinesReachTheSystem) {
     EXPECT_EQ(expected, Contents(path));
 }
 
+// A formatted event, whose length the entry knows, reaches the file alone split
+// as any other: every line with its head and CR LF, a CR before an LF kept.
+TEST_F(LogFileWriter, AFormattedEventReachesTheFileAloneLineByLine) {
+    QDLogEvent(0, "%s|%d", "a\r\nb\n\nc", 7);
+    QDLogEvent(0, "%s", "one\n");
+    const std::string path = QDLogGetFileName();
+    CloseFile();
+    EXPECT_EQ((std::vector<std::string>{"a\r", "b", "", "c|7", "one"}),
+              TextsOf(Contents(path), "\r\n"));
+}
+
 // A file past a mebibyte gets disk reserved beyond its end: its blocks run ahead of
 // its lines, while its size and its bytes are those of the lines alone.
 TEST_F(LogFileWriter, AFilePastAMebibyteHasRoomReservedBeyondItsLines) {
